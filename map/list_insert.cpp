@@ -108,6 +108,7 @@ int zell_map_is_node_in_subtrees(zell_map_ctx *ctx, const zell_datatree *subtree
 int zell_map_is_list_node_already_present(zell_map_ctx *ctx, zell_datatree *tree, const char *path, void *,
                                           const char *key_name, const char *key_value,
                                           zell_datatree **out_instance) noexcept {
+    const Log log(ctx, __func__);
     zell_datatree *list = nullptr;
     if (zell_map_datatree_add_path_flagged(ctx, tree, path, ZELL_MAP_OC_BGP_NS, nullptr, nullptr, &list, 0,
                                            0) != ZELL_MAP_OK ||
@@ -117,9 +118,7 @@ int zell_map_is_list_node_already_present(zell_map_ctx *ctx, zell_datatree *tree
         // An instance without children ends the search.
         if (!has(instance, ZELL_DATATREE_HAS_SUBTREES))
             return 0;
-        const std::span<zell_datatree> leaves = children(instance);
-        if (zell_map_is_node_in_subtrees(ctx, leaves.data(), static_cast<uint32_t>(leaves.size()), key_name,
-                                         key_value, 1, nullptr) != 0) {
+        if (in_subtrees(log, children(instance), key_name, key_value, true, nullptr)) {
             if (out_instance != nullptr)
                 *out_instance = &instance;
             return 1;

@@ -110,13 +110,10 @@ zell_map_status zell_map_get_last_token_from_path(zell_map_ctx *, char *path, ch
     return ZELL_MAP_OK;
 }
 
-zell_map_status zell_map_get_list(zell_map_ctx *ctx, zell_datatree **node_io, char *path,
+zell_map_status zell_map_get_list(zell_map_ctx *, zell_datatree **node_io, char *path,
                                   const char *ns) noexcept {
-    if (node_io == nullptr || *node_io == nullptr || path == nullptr) {
-        const Log log(ctx, __func__);
-        ZELL_LOG(log, ERR, "NULL argument(s) passed!");
+    if (node_io == nullptr || *node_io == nullptr || path == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    }
     return walk_to_list(node_io, path, ns);
 }
 

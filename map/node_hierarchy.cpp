@@ -3,7 +3,6 @@
 // slash path ("/a", "/a/b", ...) so that values can be found again by path.
 #include <cstring>
 
-#include "log.h"
 #include "memory.h"
 #include "request_state.h"
 
@@ -49,12 +48,9 @@ extern "C" {
 
 zell_map_status zell_map_add_to_node_hierarchy(zell_map_ctx *ctx, zell_datatree *node,
                                                uint32_t user_value) noexcept {
-    const Log log(ctx, __func__);
     zell_map_request *request = request_of(ctx);
-    if (request == nullptr || node == nullptr || node->tag == nullptr) {
-        ZELL_LOG(log, ERR, "NULL argument(s) passed!");
+    if (request == nullptr || node == nullptr || node->tag == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    }
     return push_level(*request, *node, user_value);
 }
 
