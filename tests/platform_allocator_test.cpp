@@ -1,7 +1,5 @@
-// The host heap: tags, live counts, fault injection, alignment, threads.
-#include <algorithm>
+// The host heap: tags, live counts, fault injection, threads.
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <thread>
@@ -12,9 +10,7 @@
 
 namespace {
 
-using zell::test::MapTest;
-
-class AllocatorTest : public MapTest {};
+using AllocatorTest = zell::test::MapTest;
 
 struct AllocKind {
     const char *name;
@@ -43,55 +39,31 @@ TEST_F(AllocatorTest, ArmedFailureHitsExactlyTheNthAllocationOfAnyKindOnce) {
         EXPECT_STREQ(static_cast<char *>(existing), "keep me");
         void *again = kind.allocate(existing);
         ASSERT_NE(again, nullptr) << "the failure fired more than once";
-        if (kind.resizes_existing)
-            existing = again;
-        else
-            rask_named_free(again);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(again) % alignof(std::max_align_t), 0u);
+        rask_named_free(kind.resizes_existing ? nullptr : again);
+        rask_named_free(kind.resizes_existing ? again : existing);
         rask_named_free(other);
-        rask_named_free(existing);
     }
 }
 
-TEST_F(AllocatorTest, TagSurvivesReallocAndCountsByText) {
-    char tag_copy[] = "T moving";
+TEST_F(AllocatorTest, TagSurvivesReallocAndSizeOverflowIsRejected) {
     char *block = static_cast<char *>(rask_named_calloc_(1, 8, "T moving", 0));
     ASSERT_NE(block, nullptr);
     std::strcpy(block, "payload");
-    EXPECT_EQ(zell_host_live_by_tag(tag_copy), 1);
-    for (const std::size_t size : {std::size_t{64}, std::size_t{1} << 20, std::size_t{8}}) {
-        SCOPED_TRACE(size);
-        block = static_cast<char *>(rask_named_realloc(block, size));
-        ASSERT_NE(block, nullptr);
-        EXPECT_STREQ(zell_host_block_tag(block), "T moving");
-        EXPECT_EQ(std::memcmp(block, "payload", 8), 0);
-        EXPECT_EQ(zell_host_live_by_tag("T moving"), 1);
-    }
+    block = static_cast<char *>(rask_named_realloc(block, std::size_t{1} << 20));
+    ASSERT_NE(block, nullptr);
+    EXPECT_STREQ(block, "payload");
+    EXPECT_STREQ(zell_host_block_tag(block), "T moving");
+    char same_text[] = "T moving";
+    EXPECT_EQ(zell_host_live_by_tag(same_text), 1);
     zell_gpb_free(block, 0);
     EXPECT_EQ(zell_host_live_by_tag("T moving"), 0);
-}
-
-TEST_F(AllocatorTest, RejectsOverflowAndAlignsEveryBlock) {
     EXPECT_EQ(rask_named_calloc_(SIZE_MAX / 2 + 1, 2, "T big", 0), nullptr);
     EXPECT_EQ(rask_named_calloc_(1, SIZE_MAX - 8, "T big", 0), nullptr);
-    EXPECT_EQ(zell_host_live_by_tag("T big"), 0);
-    std::vector<void *> blocks;
-    for (std::size_t size = 0; size < 40; ++size) {
-        void *p = size % 2 == 0 ? rask_named_calloc_(1, size, "T align", 0) : zell_gpb_alloc(size, 0);
-        ASSERT_NE(p, nullptr);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % alignof(std::max_align_t), 0u) << size;
-        EXPECT_TRUE(std::all_of(static_cast<unsigned char *>(p), static_cast<unsigned char *>(p) + size,
-                                [](unsigned char c) { return c == 0; }));
-        blocks.push_back(p);
-    }
-    EXPECT_EQ(zell_host_live_allocations(), live_at_start + 40);
-    for (void *p : blocks)
-        rask_named_free(p);
-    rask_named_free(nullptr);
 }
 
 TEST_F(AllocatorTest, CountsAndFailsExactlyOnceAcrossThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 2000;
+    constexpr int kThreads = 4, kRounds = 2000;
     std::atomic<int> failures{0};
     zell_host_fail_nth_alloc(kThreads * kRounds / 2);
     std::vector<std::thread> threads;
@@ -99,8 +71,7 @@ TEST_F(AllocatorTest, CountsAndFailsExactlyOnceAcrossThreads) {
         threads.emplace_back([&failures] {
             for (int i = 0; i < kRounds; ++i) {
                 char *s = zell_strdup("x", "T threads");
-                if (s == nullptr)
-                    ++failures;
+                failures += s == nullptr;
                 rask_named_free(s);
             }
         });
