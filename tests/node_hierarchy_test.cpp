@@ -83,7 +83,7 @@ TEST_F(NodeHierarchyTest, TwentyLevelsAtMost) {
 
 TEST_F(NodeHierarchyTest, PathLongerThanItsBufferIsRefused) {
     Tree tree;
-    const std::string fits(ZELL_MAP_HIERARCHY_PATH_LEN - 2, 'x');   // "/" + 248 characters
+    const std::string fits(ZELL_MAP_HIERARCHY_PATH_LEN - 2, 'x');     // "/" + 248 characters
     const std::string too_long(ZELL_MAP_HIERARCHY_PATH_LEN - 1, 'y'); // "/" + 249 characters
     zell_datatree *long_node = add_child(tree.get(), too_long.c_str());
     zell_datatree *fitting = add_child(tree.get(), fits.c_str());
