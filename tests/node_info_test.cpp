@@ -1,0 +1,137 @@
+// Leaf values below hierarchy levels, and the IPv4 address helpers.
+#include <cstring>
+#include <string>
+
+#include "harness.h"
+#include "tree_build.h"
+
+using namespace zell::test;
+
+namespace {
+
+class NodeInfoTest : public MapTest {
+  protected:
+    void SetUp() override {
+        MapTest::SetUp();
+        // /mpls/lsps holding a leaf directly and one inside a config container.
+        mpls = add_child(tree.get(), "mpls");
+        lsps = add_child(mpls, "lsps");
+        add_child(lsps, "name", "lsp-1");
+        zell_datatree *config = add_child(lsps, "config");
+        add_child(config, "next-hop", "10.0.0.1");
+        ASSERT_EQ(zell_map_add_to_node_hierarchy(&ctx, mpls, 0), ZELL_MAP_OK);
+        ASSERT_EQ(zell_map_add_to_node_hierarchy(&ctx, lsps, 0), ZELL_MAP_OK);
+    }
+    void TearDown() override {
+        zell_map_request_release(&ctx);
+        mova_zell_datatree_free_ext(tree.get(), zell_gpb_free, 0, 0);
+        MapTest::TearDown();
+    }
+    Tree tree;
+    zell_datatree *mpls = nullptr;
+    zell_datatree *lsps = nullptr;
+};
+
+TEST_F(NodeInfoTest, LeafDirectlyBelowTheLevel) {
+    char *value = nullptr;
+    ASSERT_EQ(zell_map_get_node_info(&ctx, "/mpls/lsps", "name", &value), ZELL_MAP_OK);
+    EXPECT_EQ(value, lsps->subtrees[0].data) << "the tree's own string";
+
+    char sentinel[] = "unchanged";
+    value = sentinel;
+    EXPECT_EQ(zell_map_get_node_info(&ctx, "/mpls/lsps", "next-hop", &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info(&ctx, "/mpls", "name", &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info(&ctx, "/lsps", "name", &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(value, sentinel);
+}
+
+TEST_F(NodeInfoTest, LeafOneContainerDeeper) {
+    char *value = nullptr;
+    ASSERT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls/lsps", "config", "next-hop", &value),
+              ZELL_MAP_OK);
+    EXPECT_STREQ(value, "10.0.0.1");
+
+    char sentinel[] = "unchanged";
+    value = sentinel;
+    EXPECT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls/lsps", "state", "next-hop", &value),
+              ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls/lsps", "config", "name", &value),
+              ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(value, sentinel);
+}
+
+TEST_F(NodeInfoTest, LaterContainerOfTheSameTagIsSearchedToo) {
+    zell_datatree *second = add_child(lsps, "config", nullptr, "urn:other");
+    add_child(second, "metric", "5");
+    char *value = nullptr;
+    ASSERT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls/lsps", "config", "metric", &value),
+              ZELL_MAP_OK);
+    EXPECT_STREQ(value, "5");
+}
+
+TEST_F(NodeInfoTest, MissingArgumentsAreRefused) {
+    char *value = nullptr;
+    EXPECT_EQ(zell_map_get_node_info(nullptr, "/mpls", "lsps", &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info(&ctx, nullptr, "lsps", &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info(&ctx, "/mpls", nullptr, &value), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info(&ctx, "/mpls", "lsps", nullptr), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls", nullptr, "name", &value),
+              ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(value, nullptr);
+}
+
+TEST(Ipv4Address, WholeTextMustBeADottedQuadWithOptionalZone) {
+    struct Case {
+        const char *text;
+        int valid;
+    };
+    const Case cases[] = {
+        {"192.168.1.1", 1},
+        {"255.255.255.255", 1},
+        {"0.0.0.0", 1},
+        {"10.0.0.1%eth0", 1},
+        {"1.2.3.4%0", 1},
+        {"256.1.1.1", 0},
+        {"1.2.3.256", 0},
+        {"01.2.3.4", 0},
+        {"1.2.3", 0},
+        {"1.2.3.4.5", 0},
+        {" 1.2.3.4", 0},
+        {"1.2.3.4 ", 0},
+        {"fe80::1", 0},
+        {"10.0.0.1%", 0},
+        {"10.0.0.1%eth-0", 0},
+        {"10.0.0.0/8", 0},
+        {"1.2.3.4\n", 0},
+        {"1.2.3.4\nx", 0},
+        {"", 0},
+        {"1..2.3", 0},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(zell_map_is_valid_ipv4_addr(c.text), c.valid);
+    }
+    EXPECT_EQ(zell_map_is_valid_ipv4_addr(nullptr), 0);
+}
+
+TEST(Ipv4Address, PrefixSplitsIntoAddressAndLength) {
+    EXPECT_STREQ(zell_map_get_ip_address_len_info("10.0.0.0/8"), "8");
+    EXPECT_EQ(zell_map_get_ip_address_len_info("10.0.0.0"), nullptr);
+    EXPECT_EQ(zell_map_get_ip_address_len_info(nullptr), nullptr);
+
+    char prefix[] = "10.0.0.0/8";
+    const char *length = zell_map_get_ip_address_len_info(prefix);
+    char *address = zell_map_get_ip_address_info(prefix);
+    EXPECT_EQ(address, prefix);
+    EXPECT_STREQ(address, "10.0.0.0");
+    EXPECT_STREQ(length, "8");
+    EXPECT_EQ(zell_map_get_ip_address_len_info(prefix), nullptr) << "the address was cut off";
+
+    char leading[] = "//192.0.2.0/24";
+    EXPECT_STREQ(zell_map_get_ip_address_info(leading), "192.0.2.0");
+    char empty[] = "///";
+    EXPECT_EQ(zell_map_get_ip_address_info(empty), nullptr);
+    EXPECT_EQ(zell_map_get_ip_address_info(nullptr), nullptr);
+}
+
+} // namespace
