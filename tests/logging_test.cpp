@@ -74,12 +74,6 @@ TEST_F(LoggingTest, EachSinkReceivesItsOwnFormOnlyWhenItIsOn) {
     }
 }
 
-TEST_F(LoggingTest, BothFormsOfAMessageCarryTheExportedFunctionName) {
-    run_operations();
-    EXPECT_TRUE(Logged("TRC", "zell_map_datatree_add_subtree_flagged", "Setting node data 'v'."));
-    EXPECT_TRUE(Logged("ERR", "zell_map_datatree_add_subtree_flagged", "NULL argument(s) passed!"));
-}
-
 TEST_F(LoggingTest, ATraceLineIsCutTo1023CharactersAndTheFilterLineIsNot) {
     const std::string tag(2000, 't');
     Tree parent;
