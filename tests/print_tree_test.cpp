@@ -82,6 +82,7 @@ TEST_F(PrintTreeTest, EachPieceOfALineInBothModes) {
         {"create", [](zell_datatree &n) { set_operation(n, 2); }, "a (create)\n", "a (urn:x)\n"},
         {"remove", [](zell_datatree &n) { set_operation(n, 4); }, "a (remove)\n", "a (urn:x)\n"},
         {"unknown operation", [](zell_datatree &n) { set_operation(n, 5); }, "a (-)\n", "a (urn:x)\n"},
+        {"negative operation", [](zell_datatree &n) { set_operation(n, -1); }, "a (-)\n", "a (urn:x)\n"},
         {"operation without its bit", [](zell_datatree &n) { n.operation = 3; }, "a\n", "a (urn:x)\n"},
         {"insert first", [](zell_datatree &n) { set_position(n, 2); }, "a (insert=first)\n", "a (urn:x)\n"},
         {"insert last", [](zell_datatree &n) { set_position(n, 3); }, "a (insert=last)\n", "a (urn:x)\n"},
@@ -139,6 +140,7 @@ TEST_F(PrintTreeTest, EachPieceOfALineInBothModes) {
         {"mark 1 without its bit", [](zell_datatree &n) { n.mark = 1; }, "a (dn)\n", "a (urn:x)\n"},
         {"mark 2 without its bit", [](zell_datatree &n) { n.mark = 2; }, "a (kn)\n", "a (urn:x)\n"},
         {"mark 3", [](zell_datatree &n) { n.mark = 3; }, "a (ka)\n", "a (urn:x)\n"},
+        {"mark 4", [](zell_datatree &n) { n.mark = 4; }, "a (da)\n", "a (urn:x)\n"},
         {"mark 5", [](zell_datatree &n) { n.mark = 5; }, "a\n", "a (urn:x)\n"},
         {"every piece in order",
          [](zell_datatree &n) {
