@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "harness.h"
-#include "tree_build.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -22,7 +22,7 @@ class ItreeStackTest : public MapTest {
         for (int i = 0; i < n; ++i) {
             nodes[i].tag = zell_strdup(i == 0 ? ZELL_MAP_LIST_INSTANCE_NODE : "instance", "test");
             nodes[i].presence = ZELL_DATATREE_HAS_TAG;
-            add_child(&nodes[i], "key", "1");
+            append_child(nodes[i], "key", "urn:x", "1");
         }
         return nodes;
     }
@@ -38,7 +38,7 @@ class ItreeStackTest : public MapTest {
 
 TEST_F(ItreeStackTest, StackExistsOnlyWhileItHoldsElements) {
     Tree level;
-    add_child(level.get(), "a");
+    append_child(level.node, "a");
     ASSERT_EQ(Push(level->subtrees, 1, 42), ZELL_MAP_OK);
     EXPECT_NE(request.itree_stack, nullptr);
     EXPECT_EQ(zell_map_util_itree_stack_size(&ctx), 1u);
@@ -90,8 +90,8 @@ TEST_F(ItreeStackTest, PopReleasesOwnedInstanceArraysOnly) {
 
 TEST_F(ItreeStackTest, LevelsCountOrdinaryElementsFromTheBottom) {
     Tree tree;
-    zell_datatree *a = add_child(tree.get(), "a");
-    zell_datatree *c = add_child(tree.get(), "c");
+    zell_datatree *a = &append_child(tree.node, "a");
+    zell_datatree *c = &append_child(tree.node, "c");
     ASSERT_EQ(Push(a, 1, 1), ZELL_MAP_OK);
     ASSERT_EQ(Push(InstanceArray(2), 2, 2), ZELL_MAP_OK);
     ASSERT_EQ(Push(c, 1, 3), ZELL_MAP_OK);
@@ -190,11 +190,11 @@ TEST_F(ItreeStackTest, FreeExtCpyReleasesTagDataAndNsThroughTheGivenFunction) {
     ReleaseLog record;
     ReleaseLog::log = &record;
     Tree tree;
-    zell_datatree *leaf = add_child(tree.get(), "leaf", "value");
+    zell_datatree *leaf = &append_child(tree.node, "leaf", "urn:x", "value");
     const uint32_t presence = leaf->presence;
 
     EXPECT_EQ(mova_zell_datatree_free_ext_cpy(leaf, &ReleaseLog::Release, 100), 103u);
-    EXPECT_EQ(record.released, (std::vector<std::string>{"leaf", "value", kNs}));
+    EXPECT_EQ(record.released, (std::vector<std::string>{"leaf", "value", "urn:x"}));
     EXPECT_EQ(leaf->tag, nullptr);
     EXPECT_EQ(leaf->data, nullptr);
     EXPECT_EQ(leaf->ns, nullptr);

@@ -2,7 +2,7 @@
 #include <string>
 
 #include "harness.h"
-#include "tree_build.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -58,7 +58,7 @@ TEST_F(ListContextTest, MissingContextOrPathIsRefused) {
 
 TEST_F(ListContextTest, PushMovesTheOpenContextOntoTheOutputList) {
     Tree tree;
-    zell_datatree *instance = add_child(tree.get(), "neighbor");
+    zell_datatree *instance = &append_child(tree.node, "neighbor");
     request.list_node = instance;
     ASSERT_EQ(zell_map_copy_trim_path_list_ctx(&ctx, "bgp/neighbors/neighbor"), ZELL_MAP_OK);
     char *const moved = request.trim_path;
@@ -101,7 +101,7 @@ TEST_F(ListContextTest, TwentyEntriesAtMost) {
 
 TEST_F(ListContextTest, PopReleasesThePathAndKeepsTheNode) {
     Tree tree;
-    zell_datatree *instance = add_child(tree.get(), "neighbor");
+    zell_datatree *instance = &append_child(tree.node, "neighbor");
     request.list_node = instance;
     ASSERT_EQ(zell_map_copy_trim_path_list_ctx(&ctx, "neighbors/neighbor"), ZELL_MAP_OK);
     ASSERT_EQ(zell_add_to_output_list_ctx(&ctx), ZELL_MAP_OK);

@@ -1,7 +1,7 @@
 #include <string>
 
 #include "harness.h"
-#include "tree_build.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -20,9 +20,9 @@ class NodeHierarchyTest : public MapTest {
 
 TEST_F(NodeHierarchyTest, LevelPathsJoinTheTagsFromTheTop) {
     Tree tree;
-    zell_datatree *a = add_child(tree.get(), "a");
-    zell_datatree *b = add_child(a, "b");
-    zell_datatree *c = add_child(b, "c");
+    zell_datatree *a = &append_child(tree.node, "a");
+    zell_datatree *b = &append_child(*a, "b");
+    zell_datatree *c = &append_child(*b, "c");
     ASSERT_EQ(Push(a, 7), ZELL_MAP_OK);
     ASSERT_EQ(Push(b), ZELL_MAP_OK);
     ASSERT_EQ(Push(c), ZELL_MAP_OK);
@@ -42,8 +42,8 @@ TEST_F(NodeHierarchyTest, LevelPathsJoinTheTagsFromTheTop) {
 
 TEST_F(NodeHierarchyTest, PopClearsTheDeepestLevelOnly) {
     Tree tree;
-    zell_datatree *a = add_child(tree.get(), "a");
-    zell_datatree *b = add_child(a, "b");
+    zell_datatree *a = &append_child(tree.node, "a");
+    zell_datatree *b = &append_child(*a, "b");
     ASSERT_EQ(Push(a), ZELL_MAP_OK);
     ASSERT_EQ(Push(b, 9), ZELL_MAP_OK);
 
@@ -56,7 +56,7 @@ TEST_F(NodeHierarchyTest, PopClearsTheDeepestLevelOnly) {
     EXPECT_STREQ(request.hierarchy[0].path, "/a");
 
     // A level pushed again after a pop extends the remaining one.
-    zell_datatree *d = add_child(a, "d");
+    zell_datatree *d = &append_child(*a, "d");
     ASSERT_EQ(Push(d), ZELL_MAP_OK);
     EXPECT_STREQ(request.hierarchy[1].path, "/a/d");
 }
@@ -70,10 +70,10 @@ TEST_F(NodeHierarchyTest, TwentyLevelsAtMost) {
     Tree tree;
     zell_datatree *node = tree.get();
     for (int i = 0; i < ZELL_MAP_HIERARCHY_MAX; ++i) {
-        node = add_child(node, "n");
+        node = &append_child(*node, "n");
         ASSERT_EQ(Push(node), ZELL_MAP_OK) << "level " << i;
     }
-    zell_datatree *deeper = add_child(node, "deeper");
+    zell_datatree *deeper = &append_child(*node, "deeper");
     const long live = zell_host_live_allocations();
     EXPECT_EQ(Push(deeper), ZELL_MAP_ERR_NO_MEMORY);
     EXPECT_EQ(zell_host_live_allocations(), live);
@@ -85,23 +85,23 @@ TEST_F(NodeHierarchyTest, PathLongerThanItsBufferIsRefused) {
     Tree tree;
     const std::string fits(ZELL_MAP_HIERARCHY_PATH_LEN - 2, 'x');     // "/" + 248 characters
     const std::string too_long(ZELL_MAP_HIERARCHY_PATH_LEN - 1, 'y'); // "/" + 249 characters
-    zell_datatree *long_node = add_child(tree.get(), too_long.c_str());
-    zell_datatree *fitting = add_child(tree.get(), fits.c_str());
+    zell_datatree *long_node = &append_child(tree.node, too_long.c_str());
+    zell_datatree *fitting = &append_child(tree.node, fits.c_str());
 
     EXPECT_EQ(Push(long_node), ZELL_MAP_ERR_NO_MEMORY);
     EXPECT_EQ(request.hierarchy_depth, 0);
     ASSERT_EQ(Push(fitting), ZELL_MAP_OK);
     EXPECT_EQ(std::string(request.hierarchy[0].path), "/" + fits);
     // Below a full-length level not even the separator fits.
-    zell_datatree *below = add_child(fitting, "z");
+    zell_datatree *below = &append_child(*fitting, "z");
     EXPECT_EQ(Push(below), ZELL_MAP_ERR_NO_MEMORY);
     EXPECT_EQ(request.hierarchy_depth, 1);
 }
 
 TEST_F(NodeHierarchyTest, FailedAllocationPushesNothing) {
     Tree tree;
-    zell_datatree *a = add_child(tree.get(), "a");
-    zell_datatree *b = add_child(a, "b");
+    zell_datatree *a = &append_child(tree.node, "a");
+    zell_datatree *b = &append_child(*a, "b");
     ASSERT_EQ(Push(a), ZELL_MAP_OK);
     for_each_alloc_failure(
         [&](const Arm &arm) {

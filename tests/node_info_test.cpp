@@ -3,7 +3,7 @@
 #include <string>
 
 #include "harness.h"
-#include "tree_build.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -14,11 +14,11 @@ class NodeInfoTest : public MapTest {
     void SetUp() override {
         MapTest::SetUp();
         // /mpls/lsps holding a leaf directly and one inside a config container.
-        mpls = add_child(tree.get(), "mpls");
-        lsps = add_child(mpls, "lsps");
-        add_child(lsps, "name", "lsp-1");
-        zell_datatree *config = add_child(lsps, "config");
-        add_child(config, "next-hop", "10.0.0.1");
+        mpls = &append_child(tree.node, "mpls");
+        lsps = &append_child(*mpls, "lsps");
+        append_child(*lsps, "name", "urn:x", "lsp-1");
+        zell_datatree *config = &append_child(*lsps, "config");
+        append_child(*config, "next-hop", "urn:x", "10.0.0.1");
         ASSERT_EQ(zell_map_add_to_node_hierarchy(&ctx, mpls, 0), ZELL_MAP_OK);
         ASSERT_EQ(zell_map_add_to_node_hierarchy(&ctx, lsps, 0), ZELL_MAP_OK);
     }
@@ -61,8 +61,8 @@ TEST_F(NodeInfoTest, LeafOneContainerDeeper) {
 }
 
 TEST_F(NodeInfoTest, LaterContainerOfTheSameTagIsSearchedToo) {
-    zell_datatree *second = add_child(lsps, "config", nullptr, "urn:other");
-    add_child(second, "metric", "5");
+    zell_datatree *second = &append_child(*lsps, "config", "urn:other");
+    append_child(*second, "metric", "urn:x", "5");
     char *value = nullptr;
     ASSERT_EQ(zell_map_get_node_info_mpls_static(&ctx, "/mpls/lsps", "config", "metric", &value),
               ZELL_MAP_OK);

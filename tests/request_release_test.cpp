@@ -1,5 +1,5 @@
 #include "harness.h"
-#include "tree_build.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -9,8 +9,8 @@ using RequestReleaseTest = MapTest;
 
 TEST_F(RequestReleaseTest, ReleasesEverythingTheRequestStillHolds) {
     Tree tree;
-    zell_datatree *a = add_child(tree.get(), "a");
-    zell_datatree *b = add_child(a, "b");
+    zell_datatree *a = &append_child(tree.node, "a");
+    zell_datatree *b = &append_child(*a, "b");
     const long before = zell_host_live_allocations();
 
     request.list_node = b;
