@@ -90,8 +90,11 @@ zell_map_status add_instance(const Log &log, zell_map_ctx *ctx, zell_datatree *r
         ZELL_LOG(log, ERR, "Failed to allocate for key path!");
         return ZELL_MAP_ERR_NO_MEMORY;
     }
-    // A failure here shows again in the key leaf's insertion, whose status is reported.
-    (void)zell_map_datatree_add_path_flagged(ctx, root, path, ns, nullptr, nullptr, instance, 1, 0);
+    // Stopping here keeps a key leaf from being added without its instance.
+    const zell_map_status status =
+        zell_map_datatree_add_path_flagged(ctx, root, path, ns, nullptr, nullptr, instance, 1, 0);
+    if (status != ZELL_MAP_OK)
+        return status;
     std::snprintf(key_path.get(), size, "%s/%s", path, key_name);
     return zell_map_datatree_add_path_flagged(ctx, root, key_path.get(), ns, key_value, nullptr, nullptr, 0,
                                               0);
@@ -158,10 +161,11 @@ zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *ro
         instance = nullptr;
         status = add_instance(log, ctx, root, &instance, path, key_value, key_name, ns);
     }
-    if (status != ZELL_MAP_OK)
-        return status;
-    *out_instance = instance;
-    return zell_map_copy_trim_path_list_ctx(ctx, path);
+    if (status == ZELL_MAP_OK)
+        status = zell_map_copy_trim_path_list_ctx(ctx, path);
+    if (status == ZELL_MAP_OK)
+        *out_instance = instance;
+    return status;
 }
 
 } // extern "C"

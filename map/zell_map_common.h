@@ -724,8 +724,10 @@ ZELL_MAP_API zell_map_status zell_map_get_list(zell_map_ctx *ctx, zell_datatree 
 /**
  * Finds, among the children of the container *@p node_io, the first
  * instance of the list named by @p path's last token (@p path is read only)
- * that has a key leaf @p key_name holding @p key_value (in @p ns, NULL: any),
- * and stores it in *@p node_io (unchanged on failure).
+ * that has a key leaf @p key_name holding @p key_value, and stores it in
+ * *@p node_io (unchanged on failure). @p ns is handed to
+ * zell_map_datatree_get_subtree with the key value, which then matches by
+ * tag and value alone.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG when no instance matches, the container
  *         has no children, or an argument other than ctx and ns is NULL
@@ -760,14 +762,17 @@ ZELL_MAP_API zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatr
  * filtered like any path) with its key leaf. Then opens the list context
  * with @p path (zell_map_copy_trim_path_list_ctx). *@p out_instance is
  * written only on success; it is NULL when the request's filter leaves the
- * list out.
+ * list out. The key leaf goes into the last numbered instance at @p path,
+ * which is the new one when the list's instances were added by this
+ * operation.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG for NULL arguments as zell_map_search_list;
  *         ZELL_MAP_ERR_NOT_FOUND when the search itself failed (nothing is
  *         added) or the list context cannot be opened;
  *         ZELL_MAP_ERR_NO_MEMORY when the key path cannot be allocated
  *         (ERR "Failed to allocate for key path!"; nothing is added);
- *         otherwise the status of inserting the key leaf.
+ *         otherwise the status of inserting the instance (then no key leaf
+ *         is added) or its key leaf.
  */
 ZELL_MAP_API zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *root,
                                                          zell_datatree **out_instance, const char *path,
