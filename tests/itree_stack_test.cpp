@@ -90,8 +90,10 @@ TEST_F(ItreeStackTest, PopReleasesOwnedInstanceArraysOnly) {
 
 TEST_F(ItreeStackTest, LevelsCountOrdinaryElementsFromTheBottom) {
     Tree tree;
-    zell_datatree *a = &append_child(tree.node, "a");
-    zell_datatree *c = &append_child(tree.node, "c");
+    append_child(tree.node, "a");
+    append_child(tree.node, "c");
+    zell_datatree *a = &tree->subtrees[0];
+    zell_datatree *c = &tree->subtrees[1];
     ASSERT_EQ(Push(a, 1, 1), ZELL_MAP_OK);
     ASSERT_EQ(Push(InstanceArray(2), 2, 2), ZELL_MAP_OK);
     ASSERT_EQ(Push(c, 1, 3), ZELL_MAP_OK);
@@ -116,6 +118,7 @@ TEST_F(ItreeStackTest, LevelsCountOrdinaryElementsFromTheBottom) {
     }
     EXPECT_EQ(Top()->user_value, 4u);
     EXPECT_EQ(zell_map_util_itree_stack_size(&ctx), 4u);
+    zell_map_request_release(&ctx); // popping reads the borrowed arrays: before the tree goes
 }
 
 TEST_F(ItreeStackTest, ElementWithoutNodesBelowTheFirstLevelIsLevelZero) {

@@ -85,8 +85,10 @@ TEST_F(NodeHierarchyTest, PathLongerThanItsBufferIsRefused) {
     Tree tree;
     const std::string fits(ZELL_MAP_HIERARCHY_PATH_LEN - 2, 'x');     // "/" + 248 characters
     const std::string too_long(ZELL_MAP_HIERARCHY_PATH_LEN - 1, 'y'); // "/" + 249 characters
-    zell_datatree *long_node = &append_child(tree.node, too_long.c_str());
-    zell_datatree *fitting = &append_child(tree.node, fits.c_str());
+    append_child(tree.node, too_long.c_str());
+    append_child(tree.node, fits.c_str());
+    zell_datatree *long_node = &tree->subtrees[0];
+    zell_datatree *fitting = &tree->subtrees[1];
 
     EXPECT_EQ(Push(long_node), ZELL_MAP_ERR_NO_MEMORY);
     EXPECT_EQ(request.hierarchy_depth, 0);
