@@ -80,6 +80,8 @@ TEST_F(FilterResponse, CopyFailures) {
     }
     EXPECT_EQ(zell_map_datatree_filter_get_response(&ctx, nullptr, "a", 0, 0), ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_EQ(zell_map_get_subtree_from_key(&ctx, nullptr, "a", "1", nullptr), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_TRUE(Logged("ERR", kResp, "NULL argument(s) passed!"));
+    EXPECT_TRUE(Logged("ERR", kKey, "NULL argument(s) passed!"));
 }
 
 TEST_F(FilterResponse, KeyLookups) {

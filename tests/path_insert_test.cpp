@@ -46,6 +46,14 @@ TEST_F(PathInsert, InsertsAndReusesComponents) {
     EXPECT_EQ(shape(root.node), "a{b{c=1,d=2}},l,l{k=x}");
 }
 
+TEST_F(PathInsert, SilentWithSinksOff) {
+    SinksOff();
+    ASSERT_EQ(common("a/b", "1"), ZELL_MAP_OK);
+    EXPECT_EQ(add(nullptr), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(shape(root.node), "a{b=1}");
+    EXPECT_TRUE(log.lines().empty());
+}
+
 TEST_F(PathInsert, AwkwardPathsSplitAsStrtokWould) {
     const struct {
         const char *path;

@@ -1,5 +1,7 @@
 // Part 3.1: child lookup, counting along a path, child arrays and the last
 // child of a path's end node.
+#include <memory>
+
 #include "harness.h"
 #include "tree_spec.h"
 
@@ -99,6 +101,37 @@ TEST_F(SubtreeLookup, HandsOutChildArrays) {
     EXPECT_TRUE(Logged("ERR", "zell_map_get_subtrees", "Failed to get subtrees!"));
     EXPECT_TRUE(Logged("TRC", "zell_map_get_subtrees", "End"));
     EXPECT_EQ(zell_map_get_subtrees(&ctx, nullptr, &array, &n), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_TRUE(Logged("ERR", "zell_map_get_subtrees", "NULL argument(s) passed!"));
+}
+
+TEST_F(SubtreeLookup, LookupsUnderAllocationFailures) {
+    const std::function<zell_map_status(zell_datatree *)> operations[] = {
+        [&](zell_datatree *t) {
+            int32_t n = 0;
+            return zell_map_datatree_get_subtree_num(&ctx, t, "bgp/n", &n);
+        },
+        [&](zell_datatree *t) { return zell_map_datatree_add_data_ns(&ctx, t, "bgp/n", "urn:d"); },
+        [&](zell_datatree *t) { return zell_map_datatree_filter_get_response(&ctx, t, "n/a", 0, 1); },
+        [&](zell_datatree *t) { return zell_map_get_subtree_from_key(&ctx, t, "n/a", "1", nullptr); },
+        [&](zell_datatree *t) {
+            zell_datatree *out = nullptr;
+            return zell_map_datatree_get_last_subtree(&ctx, t, "x/y/n", &out);
+        },
+    };
+    for (const auto &operation : operations) {
+        std::unique_ptr<Tree> t; // rebuilt for every run, so that each run allocates alike
+        for_each_alloc_failure(
+            [&](const Arm &arm) {
+                t = std::make_unique<Tree>();
+                fill(t->node, N("bgp", {N("n", {V("a", "1")})}));
+                arm();
+                return operation(t->get());
+            },
+            [&](zell_map_status status, bool injected) {
+                EXPECT_TRUE(!injected || status == ZELL_MAP_ERR_NO_MEMORY) << status;
+                t.reset();
+            });
+    }
 }
 
 TEST_F(SubtreeLookup, LastChildOfAPathsEnd) {
