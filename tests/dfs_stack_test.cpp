@@ -41,12 +41,12 @@ TEST_F(DfsStack, SplitterStopsAtTheArrayLimit) {
         SCOPED_TRACE(c.tokens);
         std::string path;
         for (int i = 0; i < c.tokens; ++i)
-            path += "/t" + std::to_string(i);
+            path.append("/t").append(std::to_string(i));
         std::vector<char *> array(ZELL_MAP_DFS_TOKENS_MAX);
         int32_t count = 1; // slot 0 holds the filter root, as in the schema walk
         EXPECT_EQ(zell_map_str_to_array(path.data(), array.data(), ZELL_MAP_DFS_TOKENS_MAX, &count), c.result);
         EXPECT_EQ(count, c.count);
-        EXPECT_EQ(array[count - 1], "t" + std::to_string(count - 2)); // the first tokens, in order
+        EXPECT_EQ(array[count - 1], std::string("t").append(std::to_string(count - 2))); // the first tokens, in order
     }
 }
 

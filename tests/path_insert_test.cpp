@@ -142,7 +142,7 @@ TEST_F(PathInsert, FullTableInsertsWithoutRecording) {
         zell_map_clear_xpath_ctx(&ctx);
         request.xpath_mode = mode;
         for (int i = 0; i < ZELL_MAP_XPATH_MAX; ++i)
-            ASSERT_EQ(common(("p" + std::to_string(i) + "/x").c_str()), ZELL_MAP_OK);
+            ASSERT_EQ(common(std::string("p").append(std::to_string(i)).append("/x").c_str()), ZELL_MAP_OK);
         Tree t;
         ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), "q/r", kNs, "1", nullptr, nullptr, 0), ZELL_MAP_OK);
         EXPECT_TRUE(Logged("ERR", kCommon, "Path table full, 'q/r' not recorded"));

@@ -56,9 +56,9 @@ inline std::string shape(const zell_datatree &node) {
         return out;
     for (int32_t i = 0; i < node.n_subtrees; ++i) {
         const zell_datatree &c = node.subtrees[i];
-        out += (i ? "," : "") + std::string(c.tag ? c.tag : "?");
+        out.append(i ? "," : "").append(c.tag ? c.tag : "?");
         if (c.presence & ZELL_DATATREE_HAS_DATA)
-            out += "=" + std::string(c.data);
+            out.append("=").append(c.data);
         const std::string below = shape(c);
         if (!below.empty())
             out += "{" + below + "}";
@@ -70,7 +70,7 @@ inline std::string shape(const zell_datatree &node) {
 inline std::string repeat_path(const char *component, int n) {
     std::string path;
     for (int i = 0; i < n; ++i)
-        path += (i ? "/" : "") + std::string(component);
+        path.append(i ? "/" : "").append(component);
     return path;
 }
 
