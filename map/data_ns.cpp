@@ -1,4 +1,4 @@
-// Data namespaces (Part 3.2): setting one on the node a path names, and
+// Data namespaces: setting one on the node a path names, and
 // checking a node against the namespace a request expects.
 #include "log.h"
 #include "memory.h"

@@ -1,4 +1,4 @@
-// Filter response and key lookup (Part 3.3): does a filter tree ask for one
+// Filter response and key lookup: does a filter tree ask for one
 // path (following a single branch), and does a tree hold a node with a
 // given tag and value?
 #include <cstddef>

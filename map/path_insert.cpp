@@ -1,4 +1,4 @@
-// Path insertion (Part 1.4): a slash-separated path becomes nodes, one
+// Path insertion: a slash-separated path becomes nodes, one
 // component at a time, each found or added by subtree insertion; around
 // that core, the request's filter, re-rooting and path recording.
 #include "log.h"

@@ -1,4 +1,4 @@
-// The path-recording table (Part 1.4): 20 entries of 250 characters. A path
+// The path-recording table: 20 entries of 250 characters. A path
 // is covered when it and a recorded entry agree over the shorter of the two.
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-// Re-rooting of inserted paths (Part 1.4): trimming a path by a substring,
+// Re-rooting of inserted paths: trimming a path by a substring,
 // and by the path of the request's top output-list entry.
 #include <algorithm>
 #include <cstring>

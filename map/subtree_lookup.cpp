@@ -1,4 +1,4 @@
-// Subtree lookup along a path (Part 3.1): counting the children at the end
+// Subtree lookup along a path: counting the children at the end
 // of a path, handing out a child array, and the last child of a path's end
 // node. The direct-child lookup lives in subtree_lookup_child.cpp.
 #include "log.h"

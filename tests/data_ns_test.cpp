@@ -1,6 +1,6 @@
-// Part 3.2: assigning and validating data namespaces.
+// Assigning and validating data namespaces.
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 

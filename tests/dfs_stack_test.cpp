@@ -1,8 +1,8 @@
-// Part 2.1: the work stacks and the token splitter.
+// The work stacks and the token splitter.
 #include <cstring>
 
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -15,7 +15,7 @@ struct SplitCase {
     std::vector<std::string> tokens;
 };
 
-TEST_F(DfsStack, SplitterYieldsStrtokTokens) {
+TEST_F(DfsStack, SplitterSkipsEmptyComponents) {
     const SplitCase cases[] = {{"/a//b/", {"a", "b"}}, {"///", {}}, {"", {}},        {"a/b/", {"a", "b"}},
                                {"/a", {"a"}},           {"a", {"a"}}, {"x//y//z", {"x", "y", "z"}}};
     for (const SplitCase &c : cases) {

@@ -1,6 +1,6 @@
-// Part 3.3: one path against a filter tree, and key lookups.
+// One path against a filter tree, and key lookups.
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -12,11 +12,11 @@ constexpr const char *kKey = "zell_map_get_subtree_from_key";
 class FilterResponse : public MapTest {};
 
 TEST_F(FilterResponse, FollowsOneBranch) {
-    const Spec bgp = N("F", {N("bgp", {N("global", {N("as")})})});
-    const Spec keys = N("F", {N("n", {Key("k", "1"), Key("j", nullptr)})});
+    const Shape bgp = N("F", {N("bgp", {N("global", {N("as")})})});
+    const Shape keys = N("F", {N("n", {Key("k", "1"), Key("j", nullptr)})});
     const struct {
         const char *name;
-        Spec filter;
+        Shape filter;
         const char *path;
         int32_t partial, mark_key;
         zell_map_status status;

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -66,7 +66,7 @@ TEST_F(PathThreads, SeparateContextsRunConcurrently) {
                                                     "bgp/neighbors/a/b/c", &count),
                   ZELL_MAP_OK);
         EXPECT_EQ(count, 25);
-        EXPECT_EQ(shape(right.response->subtrees[0]).rfind("global{a{b{c{l0{v=v}", 0), 0u);
+        EXPECT_EQ(describe(right.response->subtrees[0]).rfind("global(a(b(c(l0(v=v)", 0), 0u);
     }
     EXPECT_GT(g_lines.load(), 0);
     log.install();

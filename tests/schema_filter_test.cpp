@@ -1,6 +1,6 @@
-// Part 2.2: the schema-filter walk against a table of filter shapes.
+// The schema-filter walk against a table of filter shapes.
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -10,13 +10,13 @@ class SchemaFilter : public MapTest {};
 
 struct FilterCase {
     const char *name;
-    Spec filter;
+    Shape filter;
     const char *path;
     uint32_t partial0, partial1; // results with accept_partial 0 and 1
 };
 
 TEST_F(SchemaFilter, SelectsByFilterShape) {
-    const Spec abc = N("R", {N("a", {N("b", {N("c")})})});
+    const Shape abc = N("R", {N("a", {N("b", {N("c")})})});
     const FilterCase cases[] = {
         {"root without children selects everything", N("R"), "a/b", 1, 1},
         {"... the empty path too", N("R"), "", 1, 1},
@@ -62,7 +62,7 @@ TEST_F(SchemaFilter, NullArgumentsSelectNothing) {
 TEST_F(SchemaFilter, OnlyTheFirst199PathTokensCount) {
     // A chain of 210 t's below R: a 250-token path is read as its first 199
     // tokens, which end on a node that still has children.
-    Spec chain = N("t", {N("deeper")});
+    Shape chain = N("t", {N("deeper")});
     for (int i = 1; i < 210; ++i)
         chain = N("t", {chain});
     Tree filter;
@@ -71,7 +71,7 @@ TEST_F(SchemaFilter, OnlyTheFirst199PathTokensCount) {
     EXPECT_EQ(zell_map_dfs_filter_schema(&ctx, filter.get(), long_path.c_str(), 0), 0u);
     EXPECT_EQ(zell_map_dfs_filter_schema(&ctx, filter.get(), long_path.c_str(), 1), 1u);
 
-    Spec leaf_chain = N("t"); // 199 t's, the last one a selection node
+    Shape leaf_chain = N("t"); // 199 t's, the last one a selection node
     for (int i = 1; i < 199; ++i)
         leaf_chain = N("t", {leaf_chain});
     Tree selecting;

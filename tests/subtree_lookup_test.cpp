@@ -1,9 +1,9 @@
-// Part 3.1: child lookup, counting along a path, child arrays and the last
+// Child lookup, counting along a path, child arrays and the last
 // child of a path's end node.
 #include <memory>
 
 #include "harness.h"
-#include "tree_spec.h"
+#include "tree_builder.h"
 
 using namespace zell::test;
 
@@ -140,7 +140,7 @@ TEST_F(SubtreeLookup, LastChildOfAPathsEnd) {
     zell_datatree *out = nullptr;
     ASSERT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_ERR_INVALID_ARG)
         << "a new end node has no children";
-    EXPECT_EQ(shape(t.node), "bgp{n}");
+    EXPECT_EQ(describe(t.node), "bgp(n)");
     EXPECT_STREQ(t->subtrees[0].ns, ZELL_MAP_OC_BGP_NS);
     for (const char *leaf : {"bgp/n/a", "bgp/n/b", "bgp/n/c"})
         ASSERT_EQ(zell_map_datatree_add_path(&ctx, t.get(), leaf, ZELL_MAP_OC_BGP_NS, nullptr, nullptr, nullptr, 0),

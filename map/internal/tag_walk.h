@@ -1,5 +1,5 @@
-// The path walk shared by the subtree count (Part 3.1) and the data
-// namespace (Part 3.2): the first component names the node passed in, each
+// The path walk shared by the subtree count and the data
+// namespace: the first component names the node passed in, each
 // further component the first child of that tag of the node named before
 // it. Each caller reports the outcome with its own messages and statuses.
 #pragma once
