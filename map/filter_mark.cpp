@@ -24,6 +24,18 @@ bool names_instance_by_keys(const zell_datatree &filter_entry) noexcept {
     return valued;
 }
 
+// Only when the key record covered every key leaf of the entry can a match
+// on all of them be the only one.
+bool keys_identify_one_instance(const zell_datatree &filter_entry, const zell_map_dfs_key_info &keys,
+                                int32_t valued) noexcept {
+    if (valued != keys.key_count)
+        return false;
+    int32_t key_leaves = 0;
+    for (const zell_datatree &child : children(filter_entry))
+        key_leaves += is_key_leaf(child) ? 1 : 0;
+    return key_leaves == keys.key_count;
+}
+
 class PairStep {
   public:
     PairStep(zell_map_ctx *ctx, rask_queue *stack, const zell_map_dfs_mark_elem &element) noexcept
@@ -43,7 +55,7 @@ class PairStep {
             if (filter_child.tag == nullptr)
                 return 0; // the filter children after it are not looked at
             if (valued > 0)
-                pair_instances(filter_child, keys, valued == keys.key_count);
+                pair_instances(filter_child, keys, keys_identify_one_instance(filter_child, keys, valued));
             else
                 pair_named(filter_child);
         }
@@ -56,16 +68,15 @@ class PairStep {
         (void)zell_map_dfs_mark_stack_push(ctx_, stack_, &filter_child, &data_child, child_level_, 0);
     }
 
-    // Instances whose keys hold the values the filter entry names; with
-    // every key valued only one instance can match.
+    // Instances whose keys hold the values the filter entry names.
     void pair_instances(zell_datatree &filter_child, const zell_map_dfs_key_info &keys,
-                        bool all_valued) noexcept {
+                        bool only_one) noexcept {
         for (zell_datatree &data_child : children(data_)) {
             if (!same(data_child.tag, filter_child.tag) ||
                 zell_map_datatree_compare_keys(&filter_child, &keys, &data_child) != 1)
                 continue;
             pair(filter_child, data_child);
-            if (all_valued)
+            if (only_one)
                 return;
         }
     }

@@ -1,0 +1,34 @@
+// Trees written as indented outlines: one node per line, four spaces per
+// level, "tag", "tag : data", then optional markers. The same text form is
+// used to build a tree and to show one, so expected trees read like the
+// printed outline of the library.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "zell_map_common.h"
+
+namespace zell::test {
+
+// Adds the nodes of outline below parent with the library's insertion.
+// Markers after the tag and data:
+//   [key]    a key leaf          [entry]  a list entry
+//   (dn) (kn) (ka) (da)          the node's mark
+// A line whose tag is "~" makes a node without a tag (its data stays).
+// Fails the current test when the outline is malformed or insertion fails.
+void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline);
+
+// The children of node (not node itself), one line each, as the printer
+// shows them for nodes without operations, insert or attributes:
+// indentation, tag ("~" when it has none), " : data", mark.
+std::string outline_of(const zell_datatree &node);
+
+// An expected outline written as a raw string that starts on its own line.
+inline std::string_view outline(std::string_view text) {
+    if (text.starts_with('\n'))
+        text.remove_prefix(1);
+    return text;
+}
+
+} // namespace zell::test
