@@ -1,0 +1,221 @@
+// The one heap behind every platform allocation entry point.
+//
+// Each block starts with a header naming its tag's statistics slot and its
+// size, so that realloc keeps the tag and leaks can be read per tag. The
+// slot table is append-only: a slot, once claimed by a tag, keeps it.
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "zell_host.h"
+#include "alloc_tags.h"
+
+namespace {
+
+constexpr const char kUntagged[] = "(untagged)";
+constexpr const char kOverflowTag[] = "(other tags)";
+constexpr const char kGpbTag[] = "ZELL GPB";
+// Fills the grown part of a realloc'd block, so that code relying on it
+// being zero shows up in tests.
+constexpr unsigned char kGrowthFill = 0xa5;
+constexpr std::size_t kTagSlots = 128;
+
+struct TagSlot {
+    std::atomic<const char *> tag{nullptr};
+    std::atomic<long> live{0};
+    std::atomic<std::size_t> live_bytes{0};
+    std::atomic<unsigned long> total{0};
+};
+
+struct alignas(std::max_align_t) Header {
+    TagSlot *slot;
+    std::size_t size;
+};
+static_assert(sizeof(Header) % alignof(std::max_align_t) == 0);
+
+TagSlot g_slots[kTagSlots];
+TagSlot g_overflow_slot;
+std::atomic<long> g_live{0};
+std::atomic<long> g_fail_countdown{0};
+
+bool same_tag(const char *a, const char *b) noexcept {
+    return a == b || std::strcmp(a, b) == 0;
+}
+
+// Slots fill in order and are never released, so two threads racing to
+// add the same tag meet at the same empty slot and only one claims it.
+TagSlot &slot_for(const char *tag) noexcept {
+    if (tag == nullptr)
+        tag = kUntagged;
+    for (TagSlot &slot : g_slots) {
+        const char *current = slot.tag.load(std::memory_order_acquire);
+        if (current == nullptr && slot.tag.compare_exchange_strong(current, tag, std::memory_order_acq_rel))
+            return slot;
+        if (same_tag(current, tag))
+            return slot;
+    }
+    g_overflow_slot.tag.store(kOverflowTag, std::memory_order_relaxed);
+    return g_overflow_slot;
+}
+
+// True when this allocation is the one armed to fail.
+bool injected_failure() noexcept {
+    long remaining = g_fail_countdown.load(std::memory_order_relaxed);
+    while (remaining > 0) {
+        if (g_fail_countdown.compare_exchange_weak(remaining, remaining - 1, std::memory_order_acq_rel))
+            return remaining == 1;
+    }
+    return false;
+}
+
+Header *header_of(void *block) noexcept {
+    return static_cast<Header *>(block) - 1;
+}
+void *user_of(Header *header) noexcept {
+    return header + 1;
+}
+
+constexpr bool too_large(std::size_t size) noexcept {
+    return size > std::numeric_limits<std::size_t>::max() - sizeof(Header);
+}
+
+void count_in(TagSlot &slot, std::size_t size) noexcept {
+    g_live.fetch_add(1, std::memory_order_relaxed);
+    slot.live.fetch_add(1, std::memory_order_relaxed);
+    slot.live_bytes.fetch_add(size, std::memory_order_relaxed);
+    slot.total.fetch_add(1, std::memory_order_relaxed);
+}
+
+void count_out(TagSlot &slot, std::size_t size) noexcept {
+    g_live.fetch_sub(1, std::memory_order_relaxed);
+    slot.live.fetch_sub(1, std::memory_order_relaxed);
+    slot.live_bytes.fetch_sub(size, std::memory_order_relaxed);
+}
+
+void *allocate_zeroed(std::size_t size, const char *tag) noexcept {
+    if (injected_failure() || too_large(size))
+        return nullptr;
+    auto *header = static_cast<Header *>(std::calloc(1, sizeof(Header) + size));
+    if (header == nullptr)
+        return nullptr;
+    TagSlot &slot = slot_for(tag);
+    header->slot = &slot;
+    header->size = size;
+    count_in(slot, size);
+    return user_of(header);
+}
+
+} // namespace
+
+extern "C" {
+
+void *rask_named_calloc_(size_t count, size_t size, const char *tag, uint32_t /*flags*/) noexcept {
+    std::size_t total = 0;
+    if (__builtin_mul_overflow(count, size, &total)) {
+        // An overflowing request still uses up an armed failure, so that
+        // fault injection counts calls, not successes.
+        (void)injected_failure();
+        return nullptr;
+    }
+    return allocate_zeroed(total, tag);
+}
+
+void *rask_named_realloc(void *block, size_t size) noexcept {
+    if (block == nullptr)
+        return allocate_zeroed(size, nullptr);
+    if (injected_failure() || too_large(size))
+        return nullptr;
+    Header *old_header = header_of(block);
+    const std::size_t old_size = old_header->size;
+    auto *header = static_cast<Header *>(std::realloc(old_header, sizeof(Header) + size));
+    if (header == nullptr)
+        return nullptr;
+    TagSlot &slot = *header->slot;
+    if (size > old_size) {
+        slot.live_bytes.fetch_add(size - old_size, std::memory_order_relaxed);
+        std::memset(static_cast<unsigned char *>(user_of(header)) + old_size, kGrowthFill, size - old_size);
+    } else {
+        slot.live_bytes.fetch_sub(old_size - size, std::memory_order_relaxed);
+    }
+    header->size = size;
+    return user_of(header);
+}
+
+void rask_named_free(void *block) noexcept {
+    if (block == nullptr)
+        return;
+    Header *header = header_of(block);
+    count_out(*header->slot, header->size);
+    std::free(header);
+}
+
+char *zell_strdup(const char *s, const char *tag) noexcept {
+    if (s == nullptr)
+        return nullptr;
+    const std::size_t length = std::strlen(s);
+    auto *copy = static_cast<char *>(allocate_zeroed(length + 1, tag));
+    if (copy != nullptr)
+        std::memcpy(copy, s, length);
+    return copy;
+}
+
+void *zell_gpb_alloc(size_t size, uint32_t /*arg*/) noexcept {
+    return allocate_zeroed(size, kGpbTag);
+}
+
+uint32_t zell_gpb_free(void *block, uint32_t /*arg*/) noexcept {
+    rask_named_free(block);
+    return 0;
+}
+
+void zell_host_fail_nth_alloc(long n) noexcept {
+    g_fail_countdown.store(std::max(n, 0L), std::memory_order_release);
+}
+
+long zell_host_live_allocations(void) noexcept {
+    return g_live.load(std::memory_order_relaxed);
+}
+
+long zell_host_live_by_tag(const char *tag) noexcept {
+    if (tag == nullptr)
+        tag = kUntagged;
+    for (const TagSlot &slot : g_slots) {
+        const char *current = slot.tag.load(std::memory_order_acquire);
+        if (current == nullptr)
+            break;
+        if (same_tag(current, tag))
+            return slot.live.load(std::memory_order_relaxed);
+    }
+    return 0;
+}
+
+const char *zell_host_block_tag(const void *block) noexcept {
+    if (block == nullptr)
+        return nullptr;
+    return header_of(const_cast<void *>(block))->slot->tag.load(std::memory_order_acquire);
+}
+
+// For gdb: `call zell_host_dump_tags(0)` lists every tag still holding
+// blocks (all tags when all is nonzero) on standard error.
+__attribute__((used, noinline)) void zell_host_dump_tags(int all) noexcept {
+    std::fprintf(stderr, "%-32s %10s %12s %12s\n", "tag", "live", "live bytes", "total");
+    auto dump = [all](const TagSlot &slot) {
+        const char *tag = slot.tag.load(std::memory_order_acquire);
+        const long live = slot.live.load(std::memory_order_relaxed);
+        if (tag == nullptr || (live == 0 && all == 0))
+            return;
+        std::fprintf(stderr, "%-32s %10ld %12zu %12lu\n", tag, live,
+                     slot.live_bytes.load(std::memory_order_relaxed),
+                     slot.total.load(std::memory_order_relaxed));
+    };
+    std::ranges::for_each(g_slots, dump);
+    dump(g_overflow_slot);
+    std::fprintf(stderr, "blocks live: %ld\n", zell_host_live_allocations());
+}
+
+} // extern "C"
