@@ -55,6 +55,23 @@ void build_filter(zell_map_ctx &ctx, zell_datatree &root, int entries) {
     }
 }
 
+// Times op on a fresh copy of source in every iteration; op returns false
+// when the result is not what it should be.
+template <typename Op> void on_fresh_copies(benchmark::State &state, const zell_datatree &source, Op op) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        zell_datatree response{};
+        mova_zell_datatree_duplicate(&response, &source, zell_gpb_alloc, 0);
+        state.ResumeTiming();
+        const bool as_expected = op(response);
+        state.PauseTiming();
+        if (!as_expected)
+            state.SkipWithError("unexpected number of entries kept");
+        release(response);
+        state.ResumeTiming();
+    }
+}
+
 void BM_MarkAndSweepEveryOtherEntry(benchmark::State &state) {
     const int entries = static_cast<int>(state.range(0));
     Request r;
@@ -62,19 +79,11 @@ void BM_MarkAndSweepEveryOtherEntry(benchmark::State &state) {
     zell_datatree original{};
     build_filter(r.ctx, filter, entries);
     build_response(r.ctx, original, entries);
-    for (auto _ : state) {
-        state.PauseTiming();
-        zell_datatree response{};
-        mova_zell_datatree_duplicate(&response, &original, zell_gpb_alloc, 0);
-        state.ResumeTiming();
+    on_fresh_copies(state, original, [&](zell_datatree &response) {
         zell_map_dfs_filter_mark(&r.ctx, &filter, &response);
         zell_map_dfs_filter_sweep(&r.ctx, &response);
-        state.PauseTiming();
-        if (response.subtrees[0].n_subtrees != entries / 2)
-            state.SkipWithError("unexpected number of entries kept");
-        release(response);
-        state.ResumeTiming();
-    }
+        return response.subtrees[0].n_subtrees == entries / 2;
+    });
     release(original);
     release(filter);
     state.SetComplexityN(state.range(0));
@@ -91,16 +100,10 @@ void BM_SweepEveryOtherEntry(benchmark::State &state) {
     build_filter(r.ctx, filter, entries);
     build_response(r.ctx, marked, entries);
     zell_map_dfs_filter_mark(&r.ctx, &filter, &marked);
-    for (auto _ : state) {
-        state.PauseTiming();
-        zell_datatree response{};
-        mova_zell_datatree_duplicate(&response, &marked, zell_gpb_alloc, 0);
-        state.ResumeTiming();
+    on_fresh_copies(state, marked, [&](zell_datatree &response) {
         zell_map_dfs_filter_sweep(&r.ctx, &response);
-        state.PauseTiming();
-        release(response);
-        state.ResumeTiming();
-    }
+        return response.subtrees[0].n_subtrees == entries / 2;
+    });
     release(marked);
     release(filter);
     state.SetComplexityN(state.range(0));

@@ -1,8 +1,7 @@
 // Mark phase of response filtering: walks the request's subtree filter and
 // the response side by side, depth first on a work stack, and marks the
 // response nodes the filter selects. Neither tree changes shape.
-#include "dfs_stack.h"
-#include "filter_marks.h"
+#include "response_filter.h"
 
 using namespace zell::map;
 
@@ -109,14 +108,14 @@ uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                   zell_datatree *data_root) noexcept {
     if (ctx == nullptr || filter_root == nullptr || data_root == nullptr)
         return 0;
-    rask_queue stack{};
-    (void)zell_map_dfs_stack_init(&stack);
-    if (zell_map_dfs_mark_stack_push(ctx, &stack, filter_root, data_root, 1, 1) == 0)
-        return 0;
-    (void)run_walk<zell_map_dfs_mark_elem>(stack, [&](zell_map_dfs_mark_elem *element) {
-        (void)zell_map_dfs_process_mark(ctx, &stack, element);
-        return false;
-    });
+    // The roots pair whatever their tags.
+    run_mark_walk(
+        [&](rask_queue *stack) {
+            return zell_map_dfs_mark_stack_push(ctx, stack, filter_root, data_root, 1, 1);
+        },
+        [&](rask_queue *stack, zell_map_dfs_mark_elem *element) {
+            return zell_map_dfs_process_mark(ctx, stack, element);
+        });
     return 0;
 }
 

@@ -4,9 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "dfs_stack.h"
-#include "filter_marks.h"
 #include "memory.h"
+#include "response_filter.h"
 
 using namespace zell::map;
 
@@ -47,14 +46,11 @@ extern "C" {
 uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) noexcept {
     if (ctx == nullptr || root == nullptr)
         return 0;
-    rask_queue stack{};
-    (void)zell_map_dfs_stack_init(&stack);
-    if (zell_map_dfs_sweep_stack_push(ctx, &stack, root, kRootLevel) == 0)
-        return 0;
-    (void)run_walk<zell_map_dfs_mark_elem>(stack, [&](zell_map_dfs_mark_elem *element) {
-        (void)zell_map_dfs_process_sweep(ctx, &stack, element);
-        return false;
-    });
+    run_mark_walk(
+        [&](rask_queue *stack) { return zell_map_dfs_sweep_stack_push(ctx, stack, root, kRootLevel); },
+        [&](rask_queue *stack, zell_map_dfs_mark_elem *element) {
+            return zell_map_dfs_process_sweep(ctx, stack, element);
+        });
     return 0;
 }
 
