@@ -65,30 +65,6 @@ system
 )"));
 }
 
-TEST_F(FilterResponse, KeepsOneLeafOfEveryInstance) {
-    EXPECT_EQ(filtered(R"(
-interfaces
-    interface [entry]
-        name [key]
-        state
-            in-octets
-)",
-                       kInterfaces),
-              outline(R"(
-interfaces (kn)
-    interface (kn)
-        name : eth0 (ka)
-        state (kn)
-            in-octets : 10 (ka)
-    interface (kn)
-        name : eth1 (ka)
-        state (kn)
-            in-octets : 20 (ka)
-system
-    hostname : r1
-)"));
-}
-
 TEST_F(FilterResponse, AnswersTopLevelBgpWhole) {
     EXPECT_EQ(filtered(R"(
 bgp

@@ -29,27 +29,21 @@ c
 d (kn)
     y : 2
 )")},
-    {"unmarked children of the root stay whole while kept ones are swept", R"(
+    {"the root's unmarked children stay whole while kept ones are swept", R"(
 c
     x : 1
+~ : 1
 d (kn)
     y : 2 (ka)
     z : 3
+    ~ : 4
 )",
      ZELL_DATATREE_MARK_KN, outline(R"(
 c
     x : 1
+~ : 1
 d (kn)
     y : 2 (ka)
-)")},
-    {"the root never loses a child without a tag", R"(
-~ : 1
-d (kn)
-    ~ : 2
-)",
-     ZELL_DATATREE_MARK_KN, outline(R"(
-~ : 1
-d (kn)
 )")},
     {"bgp and routing-policy under the root keep every descendant", R"(
 bgp (kn)
@@ -74,71 +68,26 @@ c (kn)
     bgp (kn)
         n (ka)
 )")},
-    {"marks other than kn and ka remove the child", R"(
+    {"only kn and ka keep a child: ka with all below it, kn swept in turn", R"(
 c (kn)
     a : 1 (dn)
-    b : 2 (da)
-    d : 3 (ka)
-    e (kn)
+    b (da)
+    d (ka)
+        e
+            f : 1
+        g : 2 (dn)
+    h (kn)
+        i : 1 (ka)
+        j : 2
 )",
      ZELL_DATATREE_MARK_KN, outline(R"(
 c (kn)
-    d : 3 (ka)
-    e (kn)
-)")},
-    {"a child kept whole keeps its unmarked descendants", R"(
-c (kn)
-    a (ka)
-        b
-            c : 1
-        d : 2 (dn)
-    z : 3
-)",
-     ZELL_DATATREE_MARK_KN, outline(R"(
-c (kn)
-    a (ka)
-        b
-            c : 1
-        d : 2 (dn)
-)")},
-    {"kept children close up in their order", R"(
-c (kn)
-    x : 1
-    a (kn)
-    y : 2
-    b : 3 (ka)
-)",
-     ZELL_DATATREE_MARK_KN, outline(R"(
-c (kn)
-    a (kn)
-    b : 3 (ka)
-)")},
-    {"a child without a tag below the root is removed", R"(
-c (kn)
-    ~ : 1
-    a : 2 (ka)
-)",
-     ZELL_DATATREE_MARK_KN, outline(R"(
-c (kn)
-    a : 2 (ka)
-)")},
-    {"kept nodes are swept at every level", R"(
-c (kn)
-    e (kn)
-        k : 1 (ka)
-        f (kn)
-            g : 1 (ka)
-            h : 2
-        z : 3
-    e
-        k : 2
-)",
-     ZELL_DATATREE_MARK_KN, outline(R"(
-c (kn)
-    e (kn)
-        k : 1 (ka)
-        f (kn)
-            g : 1 (ka)
+    d (ka)
+        e
+            f : 1
+        g : 2 (dn)
+    h (kn)
+        i : 1 (ka)
 )")},
 };
 
@@ -166,7 +115,7 @@ bool is_initialised(const zell_datatree &slot) {
     return std::memcmp(&slot, &empty, sizeof slot) == 0;
 }
 
-TEST_F(FilterSweep, MovesSurvivorsIntoFreedSlotsWithTheirIndexAndMark) {
+TEST_F(FilterSweep, MovesSurvivorsIntoFreedSlotsOfTheSameArray) {
     Tree response;
     add_outline(ctx, response.node, R"(
 c (kn)
@@ -177,50 +126,37 @@ c (kn)
     y : 2
     b (ka)
         r : 3
-)");
-    ASSERT_FALSE(HasFatalFailure());
-    zell_datatree &c = response->subtrees[0];
-    const zell_datatree *array = c.subtrees;
-
-    zell_map_dfs_filter_sweep(&ctx, response.get());
-
-    EXPECT_EQ(c.subtrees, array) << "the child array was reallocated";
-    ASSERT_EQ(c.n_subtrees, 2);
-    EXPECT_TRUE(c.presence & ZELL_DATATREE_HAS_SUBTREES);
-    const auto slots = std::span(array, 4);
-    EXPECT_STREQ(slots[0].tag, "a");
-    EXPECT_EQ(slots[0].subtree_index, 2);
-    EXPECT_EQ(slots[0].mark, ZELL_DATATREE_MARK_KN);
-    EXPECT_STREQ(slots[1].tag, "b");
-    EXPECT_EQ(slots[1].subtree_index, 4);
-    EXPECT_EQ(slots[1].mark, ZELL_DATATREE_MARK_KA);
-    EXPECT_TRUE(is_initialised(slots[2]));
-    EXPECT_TRUE(is_initialised(slots[3]));
-    EXPECT_EQ(outline_of(c), outline(R"(
-a (kn)
-    p : 1 (ka)
-b (ka)
-    r : 3
-)"));
-}
-
-TEST_F(FilterSweep, NodeLosingEveryChildKeepsAnEmptyArray) {
-    Tree response;
-    add_outline(ctx, response.node, R"(
-c (kn)
+d (kn)
     x : 1
     y : 2
 )");
     ASSERT_FALSE(HasFatalFailure());
     zell_datatree &c = response->subtrees[0];
+    zell_datatree &d = response->subtrees[1];
+    const auto c_slots = std::span(c.subtrees, 4);
+    const auto d_slots = std::span(d.subtrees, 2);
 
     zell_map_dfs_filter_sweep(&ctx, response.get());
 
-    EXPECT_EQ(c.n_subtrees, 0);
-    EXPECT_TRUE(c.presence & ZELL_DATATREE_HAS_SUBTREES);
-    ASSERT_NE(c.subtrees, nullptr);
-    EXPECT_TRUE(is_initialised(c.subtrees[0]));
-    EXPECT_TRUE(is_initialised(c.subtrees[1]));
+    EXPECT_EQ(outline_of(response.node), outline(R"(
+c (kn)
+    a (kn)
+        p : 1 (ka)
+    b (ka)
+        r : 3
+d (kn)
+)"));
+    EXPECT_EQ(c.subtrees, c_slots.data()) << "reallocated";
+    EXPECT_EQ(c_slots[0].subtree_index, 2);
+    EXPECT_EQ(c_slots[1].subtree_index, 4);
+    EXPECT_TRUE(is_initialised(c_slots[2]));
+    EXPECT_TRUE(is_initialised(c_slots[3]));
+    // A node that loses every child keeps its array and its subtrees bit.
+    EXPECT_EQ(d.subtrees, d_slots.data()) << "reallocated";
+    EXPECT_EQ(d.n_subtrees, 0);
+    EXPECT_TRUE(d.presence & ZELL_DATATREE_HAS_SUBTREES);
+    EXPECT_TRUE(is_initialised(d_slots[0]));
+    EXPECT_TRUE(is_initialised(d_slots[1]));
 }
 
 TEST_F(FilterSweep, RemovingNullChildrenReleasesWhatTheyStillOwn) {
@@ -249,39 +185,22 @@ b
     // TearDown finds a leak if the null children's data and children survived.
 }
 
-TEST_F(FilterSweep, RemovingNullChildrenLeavesATreeWithoutThemAsItWas) {
-    Tree tree;
-    add_outline(ctx, tree.node, R"(
-a : 1
-b (kn)
-    c : 2
-)");
-    ASSERT_FALSE(HasFatalFailure());
-    const zell_datatree *array = tree->subtrees;
-
-    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, tree.get()), 0u);
-    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, &tree->subtrees[0]), 0u) << "no children";
-
-    EXPECT_EQ(tree->subtrees, array);
-    EXPECT_EQ(outline_of(tree.node), outline(R"(
-a : 1
-b (kn)
-    c : 2
-)"));
-    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, nullptr), 0u);
-}
-
-TEST_F(FilterSweep, IgnoresMissingArgumentsAndChangesNothing) {
+TEST_F(FilterSweep, ChangesNothingWithoutSomethingToRemove) {
     Tree response;
     add_outline(ctx, response.node, "c (kn)\n    x : 1\n");
     ASSERT_FALSE(HasFatalFailure());
+    const zell_datatree *array = response->subtrees;
 
+    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, response.get()), 0u);
+    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, &response->subtrees[0].subtrees[0]), 0u);
+    EXPECT_EQ(zell_map_datatree_remove_null_subtrees(&ctx, nullptr), 0u);
     EXPECT_EQ(zell_map_dfs_filter_sweep(nullptr, response.get()), 0u);
     EXPECT_EQ(zell_map_dfs_filter_sweep(&ctx, nullptr), 0u);
     EXPECT_EQ(zell_map_dfs_process_sweep(&ctx, nullptr, nullptr), 0u);
     zell_map_dfs_mark_elem empty{};
     EXPECT_EQ(zell_map_dfs_process_sweep(&ctx, nullptr, &empty), 0u);
 
+    EXPECT_EQ(response->subtrees, array);
     EXPECT_EQ(outline_of(response.node), "c (kn)\n    x : 1\n");
 }
 

@@ -74,7 +74,7 @@ bool parse_line(std::string_view raw, Line &line) {
     return !line.tag.empty();
 }
 
-void apply_markers(zell_datatree &node, const Line &line) {
+void apply_markers(zell_datatree &node, const Line &line, Marks marks) {
     if (line.key) {
         node.is_key = 1;
         node.presence |= ZELL_DATATREE_HAS_IS_KEY;
@@ -84,7 +84,7 @@ void apply_markers(zell_datatree &node, const Line &line) {
         node.type_info.presence |= ZELL_DATATREE_TYPE_INFO_HAS_NODE_TYPE;
         node.presence |= ZELL_DATATREE_HAS_TYPE_INFO;
     }
-    if (line.mark != 0) {
+    if (line.mark != 0 && marks == Marks::Apply) {
         node.mark = line.mark;
         node.presence |= ZELL_DATATREE_HAS_MARK;
     }
@@ -115,7 +115,7 @@ void append_children(std::string &out, const zell_datatree &node, size_t depth) 
 
 } // namespace
 
-void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline) {
+void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline, Marks marks) {
     // Ancestors of the line being added; adding to the deepest one never
     // moves the records of the others.
     std::vector<zell_datatree *> ancestors{&parent};
@@ -134,7 +134,7 @@ void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outl
                                                 line.has_data ? line.data.c_str() : nullptr, nullptr, &child,
                                                 1),
                   ZELL_MAP_OK);
-        apply_markers(*child, line);
+        apply_markers(*child, line, marks);
         ancestors.push_back(child);
     }
 }

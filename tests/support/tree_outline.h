@@ -16,8 +16,12 @@ namespace zell::test {
 //   [key]    a key leaf          [entry]  a list entry
 //   (dn) (kn) (ka) (da)          the node's mark
 // A line whose tag is "~" makes a node without a tag (its data stays).
+// With Marks::Ignore the marks are read but not set, so the expected
+// marked outline of a test can also describe the unmarked tree.
 // Fails the current test when the outline is malformed or insertion fails.
-void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline);
+enum class Marks { Apply, Ignore };
+void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline,
+                 Marks marks = Marks::Apply);
 
 // The children of node (not node itself), one line each, as the printer
 // shows them for nodes without operations, insert or attributes:
