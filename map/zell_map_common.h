@@ -321,7 +321,7 @@ typedef struct zell_map_dfs_key_info {
 /* Request context                                                          */
 /* ======================================================================== */
 
-/** The request's own tree (ctx->request->datatree); no checks. */
+/** The request's own tree (ctx->request->datatree), which may be NULL; NULL when ctx or its request is NULL. */
 ZELL_MAP_API zell_datatree *zell_map_datatree_get_datatree(const zell_map_ctx *ctx) ZELL_MAP_NOEXCEPT;
 
 /**
@@ -491,16 +491,21 @@ ZELL_MAP_API void zell_map_clear_xpath_ctx(zell_map_ctx *ctx) ZELL_MAP_NOEXCEPT;
  * Prints the descendants of @p node (not the node itself) to standard
  * output, one line per node indented by 4 spaces per level starting at
  * @p depth. @p ns_mode nonzero prints "tag (ns)" and data only; otherwise
- * "tag : data" with operation, insert attribute, attributes and mark.
- * @return ZELL_MAP_OK; ZELL_MAP_ERR_NO_MEMORY when an insert-info record
- *         could not be allocated (printing of that level stops).
+ * "tag : data" with operation, insert attribute, attributes and mark (the
+ * mark whatever its presence bit says). A NULL string prints as "(null)".
+ * @return ZELL_MAP_OK (also for a NULL node);
+ *         ZELL_MAP_ERR_NO_MEMORY when an insert-info record could not be
+ *         allocated: that line stays unterminated and the rest of its
+ *         level is not printed. A level reports the status of the last
+ *         level nested in it.
  */
 ZELL_MAP_API zell_map_status zell_map_print_subtrees(const zell_datatree *node, uint32_t depth,
                                                      int ns_mode) ZELL_MAP_NOEXCEPT;
 /**
  * Flattens @p node's insert attribute into @p info (caller-allocated); left
- * untouched when the node has none. At most 5 key pairs are copied; a
- * string of 100 characters or more is stored empty. Returns 0.
+ * untouched when the node has none or either argument is NULL. At most 5
+ * key pairs are copied (n_keys tells how many); a NULL string, or one of
+ * 100 characters or more, is stored empty. Returns 0.
  */
 ZELL_MAP_API zell_map_status zell_datatree_get_insert_attribute_info(const zell_datatree *node,
                                                                      zell_datatree_insert_info *info) ZELL_MAP_NOEXCEPT;
@@ -917,28 +922,52 @@ ZELL_MAP_API const char *zell_map_get_ip_address_len_info(const char *prefix) ZE
 /* ======================================================================== */
 
 /**
- * Finds the backend session of the request @p req_ctx (logging through
- * req_ctx->me). @return ZELL_MAP_OK (*out_session set);
- * ZELL_MAP_ERR_INVALID_ARG for a missing message or out pointer, a missing
- * session id or an unknown session; ZELL_MAP_ERR_NOT_FOUND when the session
- * has no backend sessions.
+ * Finds the backend session of the request @p req_ctx. Logs through the log
+ * fields of req_ctx->me, with me as the ctx of every line; traces
+ * "Entering" and "Exiting" on every path.
+ *
+ * @param[in] req_ctx      The framework's context of the request (not the
+ *                         zell_map_ctx); its me and msg are read.
+ * @param[out] out_session Receives entry 0 of the session's backend
+ *                         sessions (owned by the framework); written only
+ *                         on success.
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_INVALID_ARG when req_ctx, its me or msg, or
+ *         out_session is NULL (nothing is logged without a me);
+ *         ZELL_MAP_ERR_INVALID_ARG when the message carries no session id;
+ *         ZELL_MAP_ERR_INVALID_ARG when no session has that id;
+ *         ZELL_MAP_ERR_NOT_FOUND when the session has no me_session or no
+ *         backend sessions.
  */
 ZELL_MAP_API zell_map_status zell_map_get_backend_session(zell_req_ctx *req_ctx,
                                                           quor_backend_session **out_session) ZELL_MAP_NOEXCEPT;
-/** The connection handle of @p backend_session selected by kind and flags, or 0. */
+/**
+ * A connection handle of @p backend_session: kinds 0 and 1 take the
+ * backend's handle 5 when @p flag_b is nonzero, else 6; kind 2 takes the
+ * session's handle 6 when @p flag_a is nonzero, else 4; kind 3 the
+ * backend's handle 5. Returns 0 (no connection) for any other kind, a NULL
+ * session, backend or table. Nothing is logged.
+ */
 ZELL_MAP_API uint32_t quor_backend_get_quor_conn(const quor_backend_session *backend_session, uint32_t conn_kind,
                                                  int32_t flag_a, int32_t flag_b) ZELL_MAP_NOEXCEPT;
-/** The connection handle of the request's backend session, or 0. */
+/**
+ * The connection handle (as quor_backend_get_quor_conn) of the backend
+ * session of ctx->req_ctx, or 0 when ctx is NULL or the lookup failed (the
+ * lookup has logged why).
+ */
 ZELL_MAP_API uint32_t zell_map_get_quor_conn_hdl(zell_map_ctx *ctx, uint32_t conn_kind, int32_t flag_a,
                                                  int32_t flag_b) ZELL_MAP_NOEXCEPT;
-/** The request message's error option. */
+/** The request message's error option (ctx->request->msg), unchanged; 0 when any of them is NULL. */
 ZELL_MAP_API int32_t zell_map_get_error_option(const zell_map_ctx *ctx) ZELL_MAP_NOEXCEPT;
-/** Wall-clock time in microseconds, modulo 2^32. */
+/**
+ * Wall-clock time in microseconds, modulo 2^32: it wraps about every 71.6
+ * minutes, so measure shorter intervals by unsigned subtraction.
+ */
 ZELL_MAP_API uint32_t zell_map_get_timestamp(void) ZELL_MAP_NOEXCEPT;
-/** Hook for a list's when statement; returns ZELL_MAP_OK. */
+/** Hook for a list's when statement; reads nothing and returns ZELL_MAP_OK. */
 ZELL_MAP_API zell_map_status zell_map_list_handle_when_statement(zell_map_ctx *ctx,
                                                                  zell_datatree *node) ZELL_MAP_NOEXCEPT;
-/** Hook for a container's when statement; returns ZELL_MAP_OK. */
+/** Hook for a container's when statement; reads nothing and returns ZELL_MAP_OK. */
 ZELL_MAP_API zell_map_status zell_map_cont_handle_when_statement(zell_map_ctx *ctx,
                                                                  zell_datatree *node) ZELL_MAP_NOEXCEPT;
 

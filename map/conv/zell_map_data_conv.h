@@ -35,26 +35,34 @@ typedef struct zell_map_data_conv_entry {
 ZELL_MAP_API extern const zell_map_data_conv_entry zell_map_data_conv_cb_tab[ZELL_MAP_DATA_CONV_COUNT];
 
 /**
- * Converts the NUL-terminated @p in with conversion @p id.
+ * Converts the NUL-terminated @p in with conversion @p id (the table entry
+ * at that position).
  * @param[out] out receives the new text (caller frees with rask_named_free);
  *             NULL on failure.
- * @return the callback's status; ZELL_MAP_ERR_INVALID_ARG for an unknown id
- *         or a NULL argument.
+ * @return the callback's status;
+ *         ZELL_MAP_ERR_INVALID_ARG for an id beyond the table or a NULL
+ *         argument.
  */
 ZELL_MAP_API zell_map_status zell_map_data_conv(uint32_t id, const char *in, char **out) ZELL_MAP_NOEXCEPT;
 
 /**
- * Kilobits per second (decimal text of an unsigned 32-bit value; larger
- * values saturate, text without leading digits reads as 0) to bits per
- * second as the decimal text of an unsigned 64-bit value, in a 20-byte buffer.
- * @return ZELL_MAP_OK; ZELL_MAP_ERR_NO_MEMORY (*out NULL).
+ * Kilobits per second (decimal text of an unsigned 32-bit value after
+ * optional white space and '+'; larger values saturate, text without
+ * leading digits reads as 0) to bits per second as the decimal text of an
+ * unsigned 64-bit value, in a 20-byte buffer. @p in_len is not read.
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_NO_MEMORY when the buffer cannot be allocated (*out NULL);
+ *         ZELL_MAP_ERR_INVALID_ARG when @p in or @p out is NULL (*out NULL).
  */
 ZELL_MAP_API zell_map_status zell_map_data_kbs_uint32_yang_bps_uint64(const char *in, uint32_t in_len,
                                                                       char **out) ZELL_MAP_NOEXCEPT;
 /**
  * Seconds since the Unix epoch (unsigned 32-bit decimal text, parsed as
  * above) to a YANG date-and-time in UTC, "YYYY-MM-DDThh:mm:ssZ", in a
- * 21-byte buffer. @return ZELL_MAP_OK; ZELL_MAP_ERR_NO_MEMORY (*out NULL).
+ * 21-byte buffer. @p in_len is not read.
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_NO_MEMORY when the buffer cannot be allocated (*out NULL);
+ *         ZELL_MAP_ERR_INVALID_ARG when @p in or @p out is NULL (*out NULL).
  */
 ZELL_MAP_API zell_map_status zell_map_data_intf_secs_uint32_to_yang_date_and_time(const char *in, uint32_t in_len,
                                                                                   char **out) ZELL_MAP_NOEXCEPT;
