@@ -155,7 +155,7 @@ a (kn)
     {"a filter child without a tag ends the scan of its later siblings", R"(
 c
     x
-    ~
+    (null)
     y
 )",
      R"(
@@ -170,7 +170,7 @@ c
 )",
      R"(
 c (kn)
-    ~ : 5
+    (null) : 5
     x : 2 (ka)
 )",
      ZELL_DATATREE_MARK_KN},

@@ -32,16 +32,16 @@ d (kn)
     {"the root's unmarked children stay whole while kept ones are swept", R"(
 c
     x : 1
-~ : 1
+(null) : 1
 d (kn)
     y : 2 (ka)
     z : 3
-    ~ : 4
+    (null) : 4
 )",
      ZELL_DATATREE_MARK_KN, outline(R"(
 c
     x : 1
-~ : 1
+(null) : 1
 d (kn)
     y : 2 (ka)
 )")},
@@ -162,13 +162,13 @@ d (kn)
 TEST_F(FilterSweep, RemovingNullChildrenReleasesWhatTheyStillOwn) {
     Tree tree;
     add_outline(ctx, tree.node, R"(
-~ : 1
+(null) : 1
     x : 2
 a : 3
-~
+(null)
 b
     y : 4
-~ : 5
+(null) : 5
 )");
     ASSERT_FALSE(HasFatalFailure());
     log.clear();

@@ -11,6 +11,8 @@ namespace {
 
 constexpr size_t kIndent = 4;
 constexpr const char *kNamespace = "urn:zell:test";
+// How the printer shows a node without a tag.
+constexpr std::string_view kNullTag = "(null)";
 
 struct MarkName {
     int32_t mark;
@@ -88,28 +90,10 @@ void apply_markers(zell_datatree &node, const Line &line, Marks marks) {
         node.mark = line.mark;
         node.presence |= ZELL_DATATREE_HAS_MARK;
     }
-    if (line.tag == "~") {
+    if (line.tag == kNullTag) {
         rask_named_free(node.tag);
         node.tag = nullptr;
         node.presence &= ~ZELL_DATATREE_HAS_TAG;
-    }
-}
-
-void append_children(std::string &out, const zell_datatree &node, size_t depth) {
-    if (node.n_subtrees < 1 || node.subtrees == nullptr)
-        return;
-    for (int32_t i = 0; i < node.n_subtrees; ++i) {
-        const zell_datatree &child = node.subtrees[i];
-        out.append(depth * kIndent, ' ');
-        out += child.tag != nullptr ? child.tag : "~";
-        if ((child.presence & ZELL_DATATREE_HAS_DATA) != 0)
-            out.append(" : ").append(child.data != nullptr ? child.data : "(null)");
-        for (const MarkName &m : kMarks)
-            if (child.mark == m.mark)
-                out += m.text;
-        out += '\n';
-        if ((child.presence & ZELL_DATATREE_HAS_SUBTREES) != 0)
-            append_children(out, child, depth + 1);
     }
 }
 
@@ -140,9 +124,11 @@ void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outl
 }
 
 std::string outline_of(const zell_datatree &node) {
-    std::string out;
-    append_children(out, node, 0);
-    return out;
+    testing::internal::CaptureStdout();
+    const zell_map_status status = zell_map_print_subtrees(&node, 0, 0);
+    std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(status, ZELL_MAP_OK);
+    return printed;
 }
 
 } // namespace zell::test

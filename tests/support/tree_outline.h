@@ -1,7 +1,7 @@
-// Trees written as indented outlines: one node per line, four spaces per
-// level, "tag", "tag : data", then optional markers. The same text form is
-// used to build a tree and to show one, so expected trees read like the
-// printed outline of the library.
+// Trees written as the library prints them (zell_map_print_subtrees): one
+// node per line, four spaces per level, "tag", "tag : data", the mark; plus
+// markers for what the printer does not show. A tree is built from that
+// text and compared with its printed outline.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ namespace zell::test {
 // Markers after the tag and data:
 //   [key]    a key leaf          [entry]  a list entry
 //   (dn) (kn) (ka) (da)          the node's mark
-// A line whose tag is "~" makes a node without a tag (its data stays).
+// A line whose tag is "(null)" makes a node without a tag (its data stays).
 // With Marks::Ignore the marks are read but not set, so the expected
 // marked outline of a test can also describe the unmarked tree.
 // Fails the current test when the outline is malformed or insertion fails.
@@ -23,9 +23,8 @@ enum class Marks { Apply, Ignore };
 void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline,
                  Marks marks = Marks::Apply);
 
-// The children of node (not node itself), one line each, as the printer
-// shows them for nodes without operations, insert or attributes:
-// indentation, tag ("~" when it has none), " : data", mark.
+// What zell_map_print_subtrees(&node, 0, 0) prints: the children of node,
+// not node itself.
 std::string outline_of(const zell_datatree &node);
 
 // An expected outline written as a raw string that starts on its own line.
