@@ -10,7 +10,7 @@
 namespace zell::test {
 namespace {
 
-class FilterResponse : public MapTest {
+class ResponseFiltering : public MapTest {
   protected:
     // Marks and sweeps a response built from response_outline with the
     // filter built from filter_outline; returns the remaining outline.
@@ -45,7 +45,7 @@ system
     hostname : r1
 )";
 
-TEST_F(FilterResponse, KeepsTheSelectedInstanceAndLeavesOtherTopLevelNodes) {
+TEST_F(ResponseFiltering, KeepsTheSelectedInstanceAndLeavesOtherTopLevelNodes) {
     EXPECT_EQ(filtered(R"(
 interfaces
     interface [entry]
@@ -65,7 +65,7 @@ system
 )"));
 }
 
-TEST_F(FilterResponse, AnswersTopLevelBgpWhole) {
+TEST_F(ResponseFiltering, AnswersTopLevelBgpWhole) {
     EXPECT_EQ(filtered(R"(
 bgp
     global
@@ -93,7 +93,7 @@ bgp (kn)
 
 // Every allocation the two walks make is a work element; each failure
 // leaves the filtering short by exactly that element's work.
-TEST_F(FilterResponse, FailedPushLeavesItsPairUnmarkedOrItsNodeUnswept) {
+TEST_F(ResponseFiltering, FailedPushLeavesItsPairUnmarkedOrItsNodeUnswept) {
     constexpr std::string_view kFilter = R"(
 c
     e [entry]
@@ -187,7 +187,7 @@ std::string every_other_entry(int entries) {
     return text;
 }
 
-TEST_F(FilterResponse, SweepAllocatesTheSameFewElementsWhateverItMoves) {
+TEST_F(ResponseFiltering, SweepAllocatesTheSameFewElementsWhateverItMoves) {
     for (int entries : {100, 3000}) {
         SCOPED_TRACE(std::to_string(entries) + " entries");
         Tree filter;
