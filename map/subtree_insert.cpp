@@ -1,5 +1,7 @@
 // Adding, reusing, moving and removing children. Every operation that grows
 // or shrinks a child array one record at a time lives here.
+#include <algorithm>
+
 #include "log.h"
 #include "memory.h"
 #include "node.h"
@@ -21,7 +23,8 @@ bool matches_existing(const zell_datatree &child, const char *tag, const char *n
 zell_map_status reuse_child(const Log &log, zell_datatree &child, const char *data) noexcept {
     zell_map_status status = ZELL_MAP_OK;
     if (data != nullptr) {
-        char *copy = zell_strdup(data, "ZELL MAP add subtree data"); // before the release: data may be child.data
+        char *copy =
+            zell_strdup(data, "ZELL MAP add subtree data"); // before the release: data may be child.data
         rask_named_free(child.data);
         child.data = copy;
         if (copy != nullptr) {
@@ -74,9 +77,23 @@ bool fill_new_child(const Log &log, zell_datatree &child, const char *tag, const
     return true;
 }
 
-zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag, const char *ns, const char *data,
-                          const zell_datatree *op_source, zell_datatree **out_child, bool indexed,
-                          uint32_t flags) noexcept {
+// A reused child gives up the children it had for the ones moved in. They
+// go by pointer, whatever the presence bit says; a source that is one of
+// them lets go of the moving array first so it survives their release.
+void release_replaced_children(zell_datatree &child, zell_datatree &source) noexcept {
+    zell_datatree old{};
+    old.subtrees = child.subtrees;
+    old.n_subtrees = child.subtrees != nullptr ? child.n_subtrees : 0;
+    if (&source >= old.subtrees && &source < old.subtrees + std::max(old.n_subtrees, 0)) {
+        source.subtrees = nullptr;
+        source.n_subtrees = 0;
+    }
+    mova_zell_datatree_free_ext(&old, zell_gpb_free, 0, 0);
+}
+
+zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag, const char *ns,
+                          const char *data, const zell_datatree *op_source, zell_datatree **out_child,
+                          bool indexed, uint32_t flags) noexcept {
     // A parent that claims children without an array is treated as childless.
     const bool has_array = has(parent, ZELL_DATATREE_HAS_SUBTREES) && parent.subtrees != nullptr;
     const int32_t n = has_array && parent.n_subtrees > 0 ? parent.n_subtrees : 0;
@@ -141,10 +158,11 @@ zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag
 
 extern "C" {
 
-zell_map_status zell_map_datatree_add_subtree_flagged(zell_map_ctx *ctx, zell_datatree *parent, const char *tag,
-                                                      const char *ns, const char *data,
-                                                      const zell_datatree *op_source, zell_datatree **out_child,
-                                                      int32_t indexed, uint32_t flags) noexcept {
+zell_map_status zell_map_datatree_add_subtree_flagged(zell_map_ctx *ctx, zell_datatree *parent,
+                                                      const char *tag, const char *ns, const char *data,
+                                                      const zell_datatree *op_source,
+                                                      zell_datatree **out_child, int32_t indexed,
+                                                      uint32_t flags) noexcept {
     const Log log(ctx, __func__);
     ZELL_LOG(log, TRC, "Start");
     if (parent == nullptr || tag == nullptr || ns == nullptr) {
@@ -155,9 +173,11 @@ zell_map_status zell_map_datatree_add_subtree_flagged(zell_map_ctx *ctx, zell_da
 }
 
 zell_map_status zell_map_datatree_add_subtree(zell_map_ctx *ctx, zell_datatree *parent, const char *tag,
-                                              const char *ns, const char *data, const zell_datatree *op_source,
-                                              zell_datatree **out_child, int32_t indexed) noexcept {
-    return zell_map_datatree_add_subtree_flagged(ctx, parent, tag, ns, data, op_source, out_child, indexed, 0);
+                                              const char *ns, const char *data,
+                                              const zell_datatree *op_source, zell_datatree **out_child,
+                                              int32_t indexed) noexcept {
+    return zell_map_datatree_add_subtree_flagged(ctx, parent, tag, ns, data, op_source, out_child, indexed,
+                                                 0);
 }
 
 zell_map_status zell_map_datatree_add_subtree_with_data(zell_map_ctx *ctx, zell_datatree *parent,
@@ -173,17 +193,13 @@ zell_map_status zell_map_datatree_add_subtree_with_data(zell_map_ctx *ctx, zell_
     const int32_t n_moved = source->n_subtrees;
 
     zell_datatree *child = nullptr;
-    const zell_map_status status = zell_map_datatree_add_subtree_flagged(ctx, parent, source->tag, source->ns,
-                                                                         source->data, nullptr, &child, indexed, 0);
+    const zell_map_status status = zell_map_datatree_add_subtree_flagged(
+        ctx, parent, source->tag, source->ns, source->data, nullptr, &child, indexed, 0);
     if (status != ZELL_MAP_OK)
         return status;
     if (child != nullptr && moves_children) {
-        if (child->subtrees != moved) {
-            // A reused child gives up the children it had for the ones moved in.
-            for (zell_datatree &old : children(*child))
-                mova_zell_datatree_free_ext(&old, zell_gpb_free, 0, 0);
-            rask_named_free(child->subtrees);
-        }
+        if (child->subtrees != moved)
+            release_replaced_children(*child, *source);
         child->subtrees = moved;
         child->n_subtrees = n_moved;
         child->presence |= ZELL_DATATREE_HAS_SUBTREES;

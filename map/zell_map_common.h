@@ -570,34 +570,87 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
 /* ======================================================================== */
 
 /**
- * Marks the nodes of @p data_root that the filter @p filter_root selects
- * (mark 2: stays, children filtered further; 3: stays whole). Returns 0.
+ * Marks the nodes of @p data_root that the subtree filter @p filter_root
+ * selects, for zell_map_dfs_filter_sweep(). Walks both trees side by side
+ * (iteratively, on a work stack; never logs) and writes, with the mark's
+ * presence bit, ZELL_DATATREE_MARK_KN (stays, children filtered further) or
+ * ZELL_DATATREE_MARK_KA (stays with everything below it). The roots pair
+ * whatever their tags; below them nodes pair by tag, and a filter list
+ * entry naming key values pairs only with instances holding those values
+ * (only its first ten key leaves are compared). When filter siblings with
+ * one tag pair with the same response node, the first sibling's mark stays.
+ * Neither tree changes shape; the filter is only read. Marks are expected
+ * clear on entry; nothing is cleared.
+ *
+ * @param[in] ctx          Request context; NULL: nothing is done.
+ * @param[in] filter_root  The request's filter tree; NULL: nothing is done.
+ * @param[in,out] data_root The response; NULL: nothing is done.
+ * @return 0 always. A failed work-element allocation leaves that pair's
+ *         subtree unmarked (the root's: nothing marked).
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                                zell_datatree *data_root) ZELL_MAP_NOEXCEPT;
-/** One pair step of the mark walk. @return 1 when the filter node has no children. */
+/**
+ * One pair step of the mark walk: marks @p element's response node and
+ * pushes onto @p stack the pairs of its children that the filter node's
+ * children select. The element stays the caller's.
+ * @return 1 when the filter node has no children (response node marked
+ *         whole); 0 otherwise, also for a NULL element or node.
+ */
 ZELL_MAP_API uint32_t zell_map_dfs_process_mark(zell_map_ctx *ctx, rask_queue *stack,
                                                 zell_map_dfs_mark_elem *element) ZELL_MAP_NOEXCEPT;
 /**
- * Fills @p key_info with the key leaves of the filter entry @p entry (at
- * most ten). @return the number of them that carry a value.
+ * Fills @p key_info (cleared first) with the positions among @p entry's
+ * children of its key leaves and whether each carries a value. Only the
+ * first ten key leaves are recorded; the record is never written past them.
+ * @return the number of recorded key leaves with a value; 0 for a NULL
+ *         argument or an entry without children.
  */
 ZELL_MAP_API int32_t zell_map_datatree_get_keys(const zell_datatree *entry,
                                                 zell_map_dfs_key_info *key_info) ZELL_MAP_NOEXCEPT;
-/** 1 when @p instance holds every valued key leaf of @p entry (described by @p key_info). */
+/**
+ * Does the response node @p instance hold, for every valued key leaf of the
+ * filter entry @p entry recorded in @p key_info (from
+ * zell_map_datatree_get_keys on @p entry), a child of the same tag and
+ * value? Looks children up with zell_map_datatree_get_subtree.
+ * @return 1 when it does (also when no recorded key has a value); 0 when
+ *         not, for a NULL argument, or for a record that does not fit @p entry.
+ */
 ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry, const zell_map_dfs_key_info *key_info,
                                                      const zell_datatree *instance) ZELL_MAP_NOEXCEPT;
 /**
- * Releases the children the mark phase did not keep, below the root's
- * children, compacting child arrays in place. Returns 0.
+ * Removes what zell_map_dfs_filter_mark() did not keep from the response
+ * @p root (iteratively; never logs). Below the root, every child not marked
+ * ZELL_DATATREE_MARK_KN or _KA is released and the survivors are moved, in
+ * order, to the front of their parent's array, which keeps its allocation
+ * (n_subtrees lowered, freed slots initialised records, subtree_index and
+ * marks kept); children marked KN are swept in turn, those marked KA kept
+ * whole. The root's own children are never removed; "bgp" and
+ * "routing-policy" directly under the root, and a root marked KA, are left
+ * as they are.
+ *
+ * @param[in] ctx      Request context; NULL: nothing is done.
+ * @param[in,out] root The marked response; NULL: nothing is done.
+ * @return 0 always. A failed work-element allocation leaves that node's
+ *         subtree unswept (the root's: the tree untouched). Moving survivors
+ *         allocates nothing.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) ZELL_MAP_NOEXCEPT;
-/** One node step of the sweep walk. @return 0 when the element or its node is NULL, else 1. */
+/**
+ * One node step of the sweep walk: releases and compacts the node's
+ * children as zell_map_dfs_filter_sweep() describes and pushes onto
+ * @p stack its children marked KN at the element's level + 1 (level 1 is
+ * the response root). The element stays the caller's.
+ * @return 0 when the element or its node is NULL, else 1.
+ */
 ZELL_MAP_API uint32_t zell_map_dfs_process_sweep(zell_map_ctx *ctx, rask_queue *stack,
                                                  zell_map_dfs_mark_elem *element) ZELL_MAP_NOEXCEPT;
 /**
- * Removes the children of @p node without a tag, releasing what they own,
- * and moves the others to the front in their order. Returns 0.
+ * Removes the children of @p node without a tag (tag presence bit clear),
+ * releasing whatever they still own, and moves the others, in order and
+ * without copying them, into the first n_subtrees slots. The array keeps
+ * its allocation; the slots behind hold initialised records. @p ctx is not
+ * used. Returns 0 (also for a NULL node or one without children).
  */
 ZELL_MAP_API uint32_t zell_map_datatree_remove_null_subtrees(zell_map_ctx *ctx, zell_datatree *node) ZELL_MAP_NOEXCEPT;
 

@@ -214,6 +214,34 @@ TEST_F(SubtreeInsertTest, AReusedChildGivesUpItsChildrenForTheOnesMovedIn) {
     // TearDown finds old1 and old2 released.
 }
 
+TEST_F(SubtreeInsertTest, AReusedChildReleasesOldChildrenHeldWithoutTheirPresenceBit) {
+    Tree parent;
+    zell_datatree &existing = append_child(parent.node, "s", "X");
+    append_child(append_child(existing, "old"), "deeper");
+    existing.presence &= ~ZELL_DATATREE_HAS_SUBTREES;
+    Tree source;
+    source->tag = owned("s");
+    source->ns = owned("X");
+    source->presence = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
+    append_child(source.node, "new");
+
+    ASSERT_EQ(zell_map_datatree_add_subtree_with_data(&ctx, parent.get(), source.get(), 0), ZELL_MAP_OK);
+    EXPECT_EQ(describe(parent.node), "s(new)");
+    source->subtrees = nullptr;
+    source->n_subtrees = 0;
+    // TearDown finds old and deeper released.
+}
+
+TEST_F(SubtreeInsertTest, ASourceAmongTheReusedChildsChildrenKeepsItsChildrenAlive) {
+    Tree parent;
+    zell_datatree &existing = append_child(parent.node, "s", "X");
+    append_child(append_child(existing, "s", "X"), "grandchild");
+
+    ASSERT_EQ(zell_map_datatree_add_subtree_with_data(&ctx, parent.get(), &existing.subtrees[0], 0),
+              ZELL_MAP_OK);
+    EXPECT_EQ(describe(parent.node), "s(grandchild)");
+}
+
 TEST_F(SubtreeInsertTest, AReusedChildKeepsItsChildrenWhenTheSourceHasNone) {
     Tree parent;
     append_child(append_child(parent.node, "s", "X"), "kept");

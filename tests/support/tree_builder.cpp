@@ -28,6 +28,34 @@ zell_datatree &append_child(zell_datatree &parent, const char *tag, const char *
     return child;
 }
 
+void fill(zell_datatree &node, const Shape &shape) {
+    node = zell_datatree{};
+    if (shape.tag != nullptr) {
+        node.tag = owned(shape.tag);
+        node.ns = owned(kNs);
+        node.presence |= ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
+    }
+    if (shape.data != nullptr) {
+        node.data = owned(shape.data);
+        node.presence |= ZELL_DATATREE_HAS_DATA;
+    }
+    if (shape.key) {
+        node.is_key = 1;
+        node.presence |= ZELL_DATATREE_HAS_IS_KEY;
+    }
+    if (shape.children_bit)
+        node.presence |= ZELL_DATATREE_HAS_SUBTREES;
+    for (const Shape &kid : shape.kids)
+        fill(append_child(node, nullptr, nullptr), kid);
+}
+
+std::string repeat_path(const char *component, int n) {
+    std::string path;
+    for (int i = 0; i < n; ++i)
+        path.append(i ? "/" : "").append(component);
+    return path;
+}
+
 std::string describe(const zell_datatree &node, bool with_ns) {
     std::string out;
     if ((node.presence & ZELL_DATATREE_HAS_SUBTREES) == 0 || node.subtrees == nullptr)

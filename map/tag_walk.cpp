@@ -1,0 +1,42 @@
+#include "tag_walk.h"
+
+#include "node.h"
+#include "path_split.h"
+
+namespace zell::map {
+
+TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcept {
+    PathCutter cutter(copy);
+    const zell_datatree *node = &tree;
+    char *component = cutter.next();
+    if (component == nullptr)
+        return {TagWalk::End::NoComponent, node, nullptr, 0};
+    for (int32_t descents = 0;; ++descents) {
+        if (!cutter.has_next())
+            return {TagWalk::End::Reached, node, component, descents};
+        ZELL_LOG(log, TRC, "Checking node '%s'", component);
+        if (node->tag == nullptr)
+            return {TagWalk::End::NodeUntagged, node, component, descents};
+        if (!same(node->tag, component))
+            return {TagWalk::End::Missing, node, component, descents};
+        ZELL_LOG(log, TRC, "Checking subtrees of node '%s'", component);
+        if (!has(*node, ZELL_DATATREE_HAS_SUBTREES) || node->n_subtrees == 0)
+            return {TagWalk::End::PastLeaves, node, component, descents};
+        char *next = cutter.next();
+        const zell_datatree *match = nullptr;
+        for (const zell_datatree &child : children(*node)) {
+            if (!has(child, ZELL_DATATREE_HAS_TAG) || child.tag == nullptr)
+                return {TagWalk::End::ChildUntagged, node, component, descents};
+            if (same(child.tag, next)) {
+                match = &child;
+                break;
+            }
+        }
+        if (match == nullptr)
+            return {TagWalk::End::Missing, node, next, descents};
+        node = match;
+        component = next;
+    }
+}
+
+} // namespace zell::map
