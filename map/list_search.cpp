@@ -100,6 +100,12 @@ zell_map_status add_instance(const Log &log, zell_map_ctx *ctx, zell_datatree *r
                                               0);
 }
 
+constexpr bool search_args_given(const zell_datatree *root, zell_datatree **out_instance, const char *path,
+                                 const char *key_value, const char *key_name) noexcept {
+    return root != nullptr && out_instance != nullptr && path != nullptr && key_value != nullptr &&
+           key_name != nullptr;
+}
+
 } // namespace
 
 extern "C" {
@@ -135,8 +141,7 @@ zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatree *root, zel
                                      const char *path, const char *key_value, const char *key_name,
                                      const char *ns) noexcept {
     const Log log(ctx, __func__);
-    if (root == nullptr || out_instance == nullptr || path == nullptr || key_value == nullptr ||
-        key_name == nullptr) {
+    if (!search_args_given(root, out_instance, path, key_value, key_name)) {
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
@@ -148,8 +153,7 @@ zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *ro
                                             const char *key_value, const char *key_name,
                                             const char *ns) noexcept {
     const Log log(ctx, __func__);
-    if (root == nullptr || out_instance == nullptr || path == nullptr || key_value == nullptr ||
-        key_name == nullptr) {
+    if (!search_args_given(root, out_instance, path, key_value, key_name)) {
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
