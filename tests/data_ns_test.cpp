@@ -34,8 +34,9 @@ TEST_F(DataNs, AssignsToTheNodeThePathNames) {
     EXPECT_STREQ(t->subtrees[0].subtrees[0].data_ns, "urn:one");
     EXPECT_FALSE(t->presence & ZELL_DATATREE_HAS_DATA_NS);
     EXPECT_FALSE(t->subtrees[1].presence & ZELL_DATATREE_HAS_DATA_NS);
-    for (const char *text : {"Start", "Searching subtrees of path 'bgp/neighbors'", "Checking node 'bgp'",
-                             "Checking subtrees of node 'bgp'", "Found path 'bgp/neighbors' in the datatree", "End"})
+    for (const char *text :
+         {"Start", "Searching subtrees of path 'bgp/neighbors'", "Checking node 'bgp'",
+          "Checking subtrees of node 'bgp'", "Found path 'bgp/neighbors' in the datatree", "End"})
         EXPECT_TRUE(Logged("TRC", kAdd, text));
     EXPECT_TRUE(Logged("ERR", kAdd, "Can't find path 'bgp' in the datatree!"));
     EXPECT_TRUE(Logged("ERR", kAdd, "Asserting ..."));
@@ -71,17 +72,20 @@ TEST_F(DataNs, ValidationRulesInOrder) {
         zell_map_status status;
         const char *message;
     } cases[] = {
-        {"get without data", NoData, -1, 0, nullptr, 0, ZELL_MAP_OK, "get, get-config, or delete with empty tag"},
+        {"get without data", NoData, -1, 0, nullptr, 0, ZELL_MAP_OK,
+         "get, get-config, or delete with empty tag"},
         {"get-config without data", NoData, -1, 10, nullptr, 0, ZELL_MAP_OK, nullptr},
         {"delete without data", NoData, 3, 5, nullptr, 0, ZELL_MAP_OK, nullptr},
         {"remove without data", NoData, 4, 5, nullptr, 0, ZELL_MAP_OK, nullptr},
-        {"edit without data", NoData, 0, 5, nullptr, 0, ZELL_MAP_ERR_NS_MISMATCH, "There is no data ns for this node!"},
+        {"edit without data", NoData, 0, 5, nullptr, 0, ZELL_MAP_ERR_NS_MISMATCH,
+         "There is no data ns for this node!"},
         {"get with data", Data, -1, 0, nullptr, 0, ZELL_MAP_ERR_NS_MISMATCH, nullptr},
         {"missing allowed", Data, -1, 5, nullptr, 1, ZELL_MAP_OK, nullptr},
         {"missing_ok 2 is 0", Data, -1, 5, nullptr, 2, ZELL_MAP_ERR_NS_MISMATCH, nullptr},
         {"bit without string", Data, -1, 5, "", 1, ZELL_MAP_ERR_NS_MISMATCH, "data ns is NULL!"},
         {"equal", Data, -1, 5, "urn:x", 0, ZELL_MAP_OK, nullptr},
-        {"different", Data, -1, 5, "urn:y", 1, ZELL_MAP_ERR_NS_MISMATCH, "mismatched data_ns: urn:y and ns: urn:x"},
+        {"different", Data, -1, 5, "urn:y", 1, ZELL_MAP_ERR_NS_MISMATCH,
+         "mismatched data_ns: urn:y and ns: urn:x"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -105,7 +109,8 @@ TEST_F(DataNs, ValidationRulesInOrder) {
     EXPECT_EQ(zell_map_validate_data_ns(&ctx, nullptr, "urn:x", 0), ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_TRUE(Logged("ERR", kValidate, "Invalid arguments passed!"));
     Tree bare;
-    EXPECT_EQ(zell_map_validate_data_ns(nullptr, bare.get(), "urn:x", 1), ZELL_MAP_OK) << "NULL ctx: not a get";
+    EXPECT_EQ(zell_map_validate_data_ns(nullptr, bare.get(), "urn:x", 1), ZELL_MAP_OK)
+        << "NULL ctx: not a get";
 }
 
 } // namespace

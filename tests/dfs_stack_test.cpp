@@ -16,8 +16,9 @@ struct SplitCase {
 };
 
 TEST_F(DfsStack, SplitterSkipsEmptyComponents) {
-    const SplitCase cases[] = {{"/a//b/", {"a", "b"}}, {"///", {}}, {"", {}},        {"a/b/", {"a", "b"}},
-                               {"/a", {"a"}},           {"a", {"a"}}, {"x//y//z", {"x", "y", "z"}}};
+    const SplitCase cases[] = {{"/a//b/", {"a", "b"}},      {"///", {}},   {"", {}},
+                               {"a/b/", {"a", "b"}},        {"/a", {"a"}}, {"a", {"a"}},
+                               {"x//y//z", {"x", "y", "z"}}};
     for (const SplitCase &c : cases) {
         SCOPED_TRACE(c.path);
         char buffer[32];
@@ -44,9 +45,11 @@ TEST_F(DfsStack, SplitterStopsAtTheArrayLimit) {
             path.append("/t").append(std::to_string(i));
         std::vector<char *> array(ZELL_MAP_DFS_TOKENS_MAX);
         int32_t count = 1; // slot 0 holds the filter root, as in the schema walk
-        EXPECT_EQ(zell_map_str_to_array(path.data(), array.data(), ZELL_MAP_DFS_TOKENS_MAX, &count), c.result);
+        EXPECT_EQ(zell_map_str_to_array(path.data(), array.data(), ZELL_MAP_DFS_TOKENS_MAX, &count),
+                  c.result);
         EXPECT_EQ(count, c.count);
-        EXPECT_EQ(array[count - 1], std::string("t").append(std::to_string(count - 2))); // the first tokens, in order
+        EXPECT_EQ(array[count - 1],
+                  std::string("t").append(std::to_string(count - 2))); // the first tokens, in order
     }
 }
 

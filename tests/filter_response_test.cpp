@@ -35,7 +35,8 @@ TEST_F(FilterResponse, FollowsOneBranch) {
         {"mark_key 1 reaches a key", keys, "n/j", 0, 1, ZELL_MAP_OK},
         {"filter without children", N("F"), "a/b", 1, 0, ZELL_MAP_OK},
         {"filter without children, no partial", N("F"), "a/b", 0, 0, ZELL_MAP_ERR_NOT_FOUND},
-        {"first of two entries only", N("F", {N("e", {N("b")}), N("e")}), "e/z", 0, 0, ZELL_MAP_ERR_NOT_FOUND},
+        {"first of two entries only", N("F", {N("e", {N("b")}), N("e")}), "e/z", 0, 0,
+         ZELL_MAP_ERR_NOT_FOUND},
         {"children bit, count 0", N("F", {Empty("a")}), "a/b", 0, 0, ZELL_MAP_ERR_NO_MEMORY},
         {"untagged child before the match", N("F", {N(nullptr), N("a")}), "a", 0, 0, ZELL_MAP_ERR_NOT_FOUND},
     };
@@ -43,7 +44,8 @@ TEST_F(FilterResponse, FollowsOneBranch) {
         SCOPED_TRACE(c.name);
         Tree filter;
         fill(filter.node, c.filter);
-        EXPECT_EQ(zell_map_datatree_filter_get_response(&ctx, filter.get(), c.path, c.partial, c.mark_key), c.status);
+        EXPECT_EQ(zell_map_datatree_filter_get_response(&ctx, filter.get(), c.path, c.partial, c.mark_key),
+                  c.status);
     }
     EXPECT_TRUE(Logged("ERR", kResp, "Tag name is not available!"));
 }
@@ -89,13 +91,17 @@ TEST_F(FilterResponse, KeyLookups) {
     fill(leaf.node, V("addr", "10.0.0.1"));
     fill(bare.node, N("addr"));
     EXPECT_EQ(zell_map_get_tree_from_key_data(nullptr, leaf.get(), "addr", "10.0.0.1", nullptr), ZELL_MAP_OK);
-    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, leaf.get(), "addr", nullptr, nullptr), ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, leaf.get(), "other", "10.0.0.1", nullptr), ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, bare.get(), "addr", "10.0.0.1", nullptr), ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, leaf.get(), "addr", nullptr, nullptr),
+              ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, leaf.get(), "other", "10.0.0.1", nullptr),
+              ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(zell_map_get_tree_from_key_data(&ctx, bare.get(), "addr", "10.0.0.1", nullptr),
+              ZELL_MAP_ERR_NOT_FOUND);
 
     Tree list;
-    fill(list.node, N("neighbors", {N("neighbor", {V("neighbor-address", "10.0.0.1")}),
-                                    N("neighbor", {V("neighbor-address", "10.0.0.2")}), V("neighbor-address", "9")}));
+    fill(list.node,
+         N("neighbors", {N("neighbor", {V("neighbor-address", "10.0.0.1")}),
+                         N("neighbor", {V("neighbor-address", "10.0.0.2")}), V("neighbor-address", "9")}));
     const struct {
         const char *path, *data;
         zell_map_status status;

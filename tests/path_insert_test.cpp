@@ -18,8 +18,10 @@ class PathInsert : public MapTest {
                            int32_t indexed = 0) {
         return zell_map_datatree_add_path_common(&ctx, root.get(), path, kNs, data, nullptr, out, indexed);
     }
-    zell_map_status add(const char *path, uint32_t flags = 0, zell_datatree **out = nullptr, int32_t indexed = 0) {
-        return zell_map_datatree_add_path_flagged(&ctx, root.get(), path, kNs, "v", nullptr, out, indexed, flags);
+    zell_map_status add(const char *path, uint32_t flags = 0, zell_datatree **out = nullptr,
+                        int32_t indexed = 0) {
+        return zell_map_datatree_add_path_flagged(&ctx, root.get(), path, kNs, "v", nullptr, out, indexed,
+                                                  flags);
     }
     void TearDown() override {
         mova_zell_datatree_free_ext(root.get(), zell_gpb_free, 0, 0);
@@ -63,9 +65,11 @@ TEST_F(PathInsert, AwkwardPathsLoseEmptyComponents) {
         SCOPED_TRACE(c.path);
         Tree t;
         zell_datatree sentinel{}, *out = &sentinel;
-        EXPECT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), c.path, kNs, "v", nullptr, &out, 0), ZELL_MAP_OK);
+        EXPECT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), c.path, kNs, "v", nullptr, &out, 0),
+                  ZELL_MAP_OK);
         EXPECT_EQ(describe(t.node), c.shape);
-        EXPECT_EQ(out == &sentinel, std::strlen(c.shape) == 0) << "out_child untouched when nothing is inserted";
+        EXPECT_EQ(out == &sentinel, std::strlen(c.shape) == 0)
+            << "out_child untouched when nothing is inserted";
     }
     for (int n : {199, 200, 250}) { // no component limit in insertion
         Tree t;
@@ -83,14 +87,17 @@ TEST_F(PathInsert, NullArgumentsAndNullContext) {
     EXPECT_EQ(zell_map_datatree_add_path_common(&ctx, nullptr, "a", kNs, nullptr, nullptr, nullptr, 0),
               ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_TRUE(Logged("ERR", kCommon, "NULL argument(s) passed!"));
-    EXPECT_EQ(zell_map_datatree_add_path_flagged(&ctx, root.get(), "a", nullptr, nullptr, nullptr, nullptr, 0, 0),
-              ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(
+        zell_map_datatree_add_path_flagged(&ctx, root.get(), "a", nullptr, nullptr, nullptr, nullptr, 0, 0),
+        ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_TRUE(Logged("ERR", kFlagged, "NULL argument(s) passed!"));
-    EXPECT_EQ(zell_map_datatree_add_path_common(nullptr, root.get(), "a/b", kNs, nullptr, nullptr, nullptr, 0),
-              ZELL_MAP_OK);
+    EXPECT_EQ(
+        zell_map_datatree_add_path_common(nullptr, root.get(), "a/b", kNs, nullptr, nullptr, nullptr, 0),
+        ZELL_MAP_OK);
     // Without a context there is no output list to re-root by.
-    EXPECT_EQ(zell_map_datatree_add_path_flagged(nullptr, root.get(), "c", kNs, nullptr, nullptr, nullptr, 0, 0),
-              ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(
+        zell_map_datatree_add_path_flagged(nullptr, root.get(), "c", kNs, nullptr, nullptr, nullptr, 0, 0),
+        ZELL_MAP_ERR_NOT_FOUND);
     EXPECT_EQ(zell_map_datatree_add_path_flagged(nullptr, root.get(), "c", kNs, nullptr, nullptr, nullptr, 0,
                                                  ZELL_MAP_FLAG_NO_REROOT),
               ZELL_MAP_OK);
@@ -117,20 +124,24 @@ TEST_F(PathInsert, RecordingModes) {
 
     request.xpath_mode = 1; // recorded whole, inserted without the last component
     Tree t1;
-    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "x/y/z", kNs, "1", nullptr, nullptr, 0), ZELL_MAP_OK);
+    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "x/y/z", kNs, "1", nullptr, nullptr, 0),
+              ZELL_MAP_OK);
     EXPECT_EQ(describe(t1.node), "x(y=1)");
     EXPECT_STREQ(request.xpaths[0], "x/y/z");
     zell_datatree sentinel{}, *out = &sentinel;
-    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "/q", kNs, "1", nullptr, &out, 0), ZELL_MAP_OK);
+    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "/q", kNs, "1", nullptr, &out, 0),
+              ZELL_MAP_OK);
     EXPECT_EQ(out, &sentinel) << "one component: nothing remains to insert";
-    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "m/n/", kNs, "2", nullptr, nullptr, 0), ZELL_MAP_OK);
+    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t1.get(), "m/n/", kNs, "2", nullptr, nullptr, 0),
+              ZELL_MAP_OK);
     EXPECT_EQ(describe(t1.node), "x(y=1),m=2") << "a trailing separator is no component";
     EXPECT_EQ(request.n_xpaths, 3);
 
     zell_map_clear_xpath_ctx(&ctx);
     const std::string too_long(ZELL_MAP_XPATH_LEN, 'p'); // cannot be recorded: counts as covered
     Tree t2;
-    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t2.get(), too_long.c_str(), kNs, nullptr, nullptr, nullptr, 0),
+    ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t2.get(), too_long.c_str(), kNs, nullptr, nullptr,
+                                                nullptr, 0),
               ZELL_MAP_OK);
     EXPECT_EQ(describe(t2.node), "");
     EXPECT_EQ(request.n_xpaths, 0);
@@ -144,11 +155,13 @@ TEST_F(PathInsert, FullTableInsertsWithoutRecording) {
         for (int i = 0; i < ZELL_MAP_XPATH_MAX; ++i)
             ASSERT_EQ(common(std::string("p").append(std::to_string(i)).append("/x").c_str()), ZELL_MAP_OK);
         Tree t;
-        ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), "q/r", kNs, "1", nullptr, nullptr, 0), ZELL_MAP_OK);
+        ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), "q/r", kNs, "1", nullptr, nullptr, 0),
+                  ZELL_MAP_OK);
         EXPECT_TRUE(Logged("ERR", kCommon, "Path table full, 'q/r' not recorded"));
         EXPECT_EQ(describe(t.node), mode == 2 ? "q(r=1)" : "q=1");
         EXPECT_EQ(request.n_xpaths, ZELL_MAP_XPATH_MAX);
-        ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), "p3/x/deeper", kNs, nullptr, nullptr, nullptr, 0),
+        ASSERT_EQ(zell_map_datatree_add_path_common(&ctx, t.get(), "p3/x/deeper", kNs, nullptr, nullptr,
+                                                    nullptr, 0),
                   ZELL_MAP_OK);
         EXPECT_EQ(describe(t.node), mode == 2 ? "q(r=1)" : "q=1") << "recorded paths are still covered";
     }
@@ -237,12 +250,14 @@ TEST_F(PathInsert, AllocationFailuresKeepEarlierComponents) {
                 request.xpath_mode = mode;
                 t = std::make_unique<Tree>();
                 arm();
-                return zell_map_datatree_add_path_common(&ctx, t->get(), "a/b/c", kNs, "1", nullptr, nullptr, 0);
+                return zell_map_datatree_add_path_common(&ctx, t->get(), "a/b/c", kNs, "1", nullptr, nullptr,
+                                                         0);
             },
             [&](zell_map_status status, bool injected) {
                 const std::string got = describe(t->node);
                 EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
-                EXPECT_NE(std::find(std::begin(prefixes), std::end(prefixes), got), std::end(prefixes)) << got;
+                EXPECT_NE(std::find(std::begin(prefixes), std::end(prefixes), got), std::end(prefixes))
+                    << got;
                 if (!injected) {
                     EXPECT_EQ(got, "a(b(c=1))");
                 }

@@ -14,7 +14,9 @@ class PathThreads : public MapTest {};
 
 std::atomic<long> g_lines{0};
 
-void count_line(void *, const void *, const char *) { g_lines.fetch_add(1, std::memory_order_relaxed); }
+void count_line(void *, const void *, const char *) {
+    g_lines.fetch_add(1, std::memory_order_relaxed);
+}
 
 struct Worker {
     int trace_handle = 0;
@@ -39,9 +41,10 @@ struct Worker {
         for (int i = 0; i < 300; ++i) {
             failures += zell_map_dfs_filter_schema(&ctx, filter.get(), wanted.c_str(), 0) != 1;
             failures += zell_map_dfs_filter_schema(&ctx, filter.get(), unwanted.c_str(), 1) != 0;
-            const std::string leaf = std::string(wanted).append("/l").append(std::to_string(i % 25)).append("/v");
-            failures += zell_map_datatree_add_path(&ctx, response.get(), leaf.c_str(), kNs, "v", nullptr, nullptr,
-                                                   0) != ZELL_MAP_OK;
+            const std::string leaf =
+                std::string(wanted).append("/l").append(std::to_string(i % 25)).append("/v");
+            failures += zell_map_datatree_add_path(&ctx, response.get(), leaf.c_str(), kNs, "v", nullptr,
+                                                   nullptr, 0) != ZELL_MAP_OK;
             failures += zell_map_datatree_add_path(&ctx, response.get(), unwanted.c_str(), kNs, "v", nullptr,
                                                    nullptr, 0) != ZELL_MAP_OK;
             if (i % 50 == 49)

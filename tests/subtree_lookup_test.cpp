@@ -20,15 +20,18 @@ TEST_F(SubtreeLookup, ChildByTagValueOrNamespace) {
     t->subtrees[1].ns = zell_strdup("urn:other", "TEST ns");
     zell_datatree *out = nullptr;
     const long live = zell_host_live_allocations();
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", "2", kNs), ZELL_MAP_OK) << "the value decides";
+    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", "2", kNs), ZELL_MAP_OK)
+        << "the value decides";
     EXPECT_EQ(out, &t->subtrees[1]);
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", nullptr, "urn:other"), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", nullptr, "urn:other"),
+              ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", nullptr, nullptr), ZELL_MAP_OK);
     EXPECT_EQ(out, &t->subtrees[0]);
     out = nullptr;
     EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "b", nullptr, nullptr), ZELL_MAP_ERR_INVALID_ARG)
         << "an untagged child ends the search";
-    EXPECT_EQ(zell_map_datatree_get_subtree(&t->subtrees[0], &out, "a", nullptr, nullptr), ZELL_MAP_ERR_INVALID_ARG);
+    EXPECT_EQ(zell_map_datatree_get_subtree(&t->subtrees[0], &out, "a", nullptr, nullptr),
+              ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(zell_host_live_allocations(), live) << "lookups allocate nothing";
     EXPECT_TRUE(log.lines().empty());
@@ -41,10 +44,16 @@ TEST_F(SubtreeLookup, CountsAlongAPath) {
         const char *path;
         zell_map_status status;
         int32_t count; // -1: left as the caller had it
-    } cases[] = {{"bgp", ZELL_MAP_OK, 3},         {"anything", ZELL_MAP_OK, 3},       {"bgp/global", ZELL_MAP_OK, 2},
-                 {"//bgp//global/", ZELL_MAP_OK, 2}, {"bgp/global/config", ZELL_MAP_ERR_NOT_FOUND, -1}, {"bgp/peers/p/q", ZELL_MAP_OK, 0},
-                 {"bgp/nope", ZELL_MAP_ERR_NOT_FOUND, -1}, {"x/global", ZELL_MAP_ERR_NOT_FOUND, -1},
-                 {"", ZELL_MAP_OK, -1},       {"bgp/global/as/deeper", ZELL_MAP_OK, 0}};
+    } cases[] = {{"bgp", ZELL_MAP_OK, 3},
+                 {"anything", ZELL_MAP_OK, 3},
+                 {"bgp/global", ZELL_MAP_OK, 2},
+                 {"//bgp//global/", ZELL_MAP_OK, 2},
+                 {"bgp/global/config", ZELL_MAP_ERR_NOT_FOUND, -1},
+                 {"bgp/peers/p/q", ZELL_MAP_OK, 0},
+                 {"bgp/nope", ZELL_MAP_ERR_NOT_FOUND, -1},
+                 {"x/global", ZELL_MAP_ERR_NOT_FOUND, -1},
+                 {"", ZELL_MAP_OK, -1},
+                 {"bgp/global/as/deeper", ZELL_MAP_OK, 0}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.path);
         int32_t count = -1;
@@ -74,11 +83,13 @@ TEST_F(SubtreeLookup, MalformedTreesAndCopyFailure) {
     fill(untagged_child.node, N("r", {N(nullptr), N("a")}));
     int32_t count = -1;
     EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged.get(), "r/a", &count), ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count), ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count),
+              ZELL_MAP_ERR_NOT_FOUND);
     EXPECT_EQ(count, -1);
     EXPECT_TRUE(Logged("ERR", kNum, "Invalid datatree passed!"));
     zell_host_fail_nth_alloc(1);
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count), ZELL_MAP_ERR_NO_MEMORY);
+    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count),
+              ZELL_MAP_ERR_NO_MEMORY);
     EXPECT_TRUE(Logged("ERR", kNum, "Failed to copy path string!"));
 }
 
@@ -143,8 +154,9 @@ TEST_F(SubtreeLookup, LastChildOfAPathsEnd) {
     EXPECT_EQ(describe(t.node), "bgp(n)");
     EXPECT_STREQ(t->subtrees[0].ns, ZELL_MAP_OC_BGP_NS);
     for (const char *leaf : {"bgp/n/a", "bgp/n/b", "bgp/n/c"})
-        ASSERT_EQ(zell_map_datatree_add_path(&ctx, t.get(), leaf, ZELL_MAP_OC_BGP_NS, nullptr, nullptr, nullptr, 0),
-                  ZELL_MAP_OK);
+        ASSERT_EQ(
+            zell_map_datatree_add_path(&ctx, t.get(), leaf, ZELL_MAP_OC_BGP_NS, nullptr, nullptr, nullptr, 0),
+            ZELL_MAP_OK);
     ASSERT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_OK);
     EXPECT_STREQ(out->tag, "c");
     EXPECT_TRUE(Logged("TRC", kLast, "Start"));
