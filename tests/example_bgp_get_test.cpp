@@ -1,0 +1,160 @@
+// The example backend end to end: a get request on the BGP model for each
+// built-in filter, answered from a three-neighbor device, compared line for
+// line with the outline a client should see, and nothing left behind once
+// the request is released and the trees freed.
+#include <algorithm>
+#include <string>
+
+#include "bgp_backend.h"
+#include "bgp_filter.h"
+#include "harness.h"
+#include "tree_outline.h"
+
+namespace zell::test {
+namespace {
+
+constexpr int32_t kSession = 7;
+
+class ExampleBgpGet : public MapTest {
+  protected:
+    void SetUp() override {
+        MapTest::SetUp();
+        SinksOff();
+        ASSERT_EQ(bgp_device_init(&device, 3), 0);
+        ASSERT_EQ(bgp_session_register(&session, kSession), 0);
+        msg.session_id = kSession;
+        msg.presence |= ZELL_REQUEST_MSG_HAS_SESSION_ID;
+        ctx.req_ctx = &req_ctx;
+    }
+    void TearDown() override {
+        bgp_device_free(&device);
+        MapTest::TearDown();
+    }
+
+    // Runs the request with the filter kind and returns the printed response.
+    std::string Get(bgp_filter_kind kind, const char *address) {
+        zell_datatree filter_top{};
+        zell_datatree response_top{};
+        zell_datatree *filter = nullptr;
+        zell_datatree *response = nullptr;
+        std::string printed;
+        EXPECT_EQ(bgp_filter_build(&ctx, kind, address, &filter_top, &filter), ZELL_MAP_OK);
+        request.datatree = filter;
+        request.flags = ZELL_MAP_REQUEST_FILTER;
+        EXPECT_EQ(bgp_get(&ctx, &device, &response_top, &response), ZELL_MAP_OK);
+        EXPECT_EQ(response, response_top.subtrees);
+        printed = outline_of(response_top);
+        EXPECT_EQ(request.trim_path, nullptr) << "the list context is closed";
+        EXPECT_EQ(request.output_count, 0) << "the output list is balanced";
+        EXPECT_EQ(request.hierarchy_depth, 0) << "the hierarchy is balanced";
+        zell_map_request_release(&ctx);
+        mova_zell_datatree_free_ext(&response_top, zell_gpb_free, 0, 0);
+        mova_zell_datatree_free_ext(&filter_top, zell_gpb_free, 0, 0);
+        EXPECT_EQ(zell_host_live_allocations(), live_at_start);
+        return printed;
+    }
+
+    bgp_device device{};
+    bgp_session session{};
+    zell_me engine{};
+    zell_req_ctx req_ctx{&engine, &msg};
+};
+
+TEST_F(ExampleBgpGet, EachFilterAnswersWithItsOutline) {
+    const struct {
+        bgp_filter_kind kind;
+        const char *address;
+        const char *expected;
+    } cases[] = {
+        {BGP_FILTER_NEIGHBOR_STATE, "10.0.0.2", R"(
+bgp (kn)
+    neighbors (kn)
+        neighbor (kn)
+            neighbor-address : 10.0.0.2 (ka)
+            state (ka)
+                neighbor-address : 10.0.0.2
+                peer-as : 65002
+                session-state : ACTIVE
+                last-established : 2023-11-14T23:13:20Z
+                link-bandwidth : 10000000000
+)"},
+        {BGP_FILTER_PEER_AS, nullptr, R"(
+bgp (kn)
+    neighbors (kn)
+        neighbor (kn)
+            neighbor-address : 10.0.0.1 (ka)
+            config (kn)
+                peer-as : 65001 (ka)
+        neighbor (kn)
+            neighbor-address : 10.0.0.2 (ka)
+            config (kn)
+                peer-as : 65002 (ka)
+        neighbor (kn)
+            neighbor-address : 10.0.0.3 (ka)
+            config (kn)
+                peer-as : 65003 (ka)
+)"},
+        {BGP_FILTER_NEIGHBOR, "10.0.0.3", R"(
+bgp (kn)
+    neighbors (kn)
+        neighbor (ka)
+            neighbor-address : 10.0.0.3 (ka)
+            config
+                neighbor-address : 10.0.0.3
+                peer-as : 65003
+                description : peer-3
+                enabled : true
+            state
+                neighbor-address : 10.0.0.3
+                peer-as : 65003
+                session-state : IDLE
+                last-established : 2023-11-15T00:13:20Z
+                link-bandwidth : 10000000000
+            afi-safis
+                afi-safi
+                    afi-safi-name : IPV4_UNICAST
+                    config
+                        afi-safi-name : IPV4_UNICAST
+                        enabled : true
+                    state
+                        prefixes
+                            received : 1002
+                afi-safi
+                    afi-safi-name : IPV6_UNICAST
+                    config
+                        afi-safi-name : IPV6_UNICAST
+                        enabled : true
+                    state
+                        prefixes
+                            received : 20
+)"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.address != nullptr ? c.address : "every neighbor");
+        EXPECT_EQ(Get(c.kind, c.address), outline(c.expected));
+    }
+}
+
+TEST_F(ExampleBgpGet, TheEmptyFilterAnswersEverything) {
+    const std::string all = Get(BGP_FILTER_ALL, nullptr);
+    EXPECT_TRUE(all.starts_with("bgp (ka)\n    global\n        config\n            as : 65000\n")) << all;
+    for (const char *neighbor : {"10.0.0.1", "10.0.0.2", "10.0.0.3"})
+        EXPECT_NE(
+            all.find(std::string("        neighbor\n            neighbor-address : ") + neighbor + "\n"),
+            std::string::npos)
+            << neighbor;
+    EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 9 + 3 * 30)
+        << "bgp and global, then 30 lines a neighbor";
+}
+
+TEST_F(ExampleBgpGet, NoSessionMeansNoConnectionAndNoResponse) {
+    msg.session_id = kSession + 1;
+    zell_datatree top{};
+    zell_datatree *response = nullptr;
+    EXPECT_EQ(bgp_get(&ctx, &device, &top, &response), ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(response, nullptr);
+    EXPECT_EQ(top.subtrees, nullptr);
+}
+
+} // namespace
+} // namespace zell::test
