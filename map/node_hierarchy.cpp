@@ -10,20 +10,23 @@ using namespace zell::map;
 
 namespace {
 
-// "/" + the level names joined by "/"; false when it does not fit.
-bool build_level_path(char *buffer, const zell_map_request &request, uint32_t depth,
+// "/" + the level names joined by "/". Each step follows the bounded-copy
+// rules: one that does not fit (or has no string) leaves the path empty.
+void build_level_path(char *buffer, const zell_map_request &request, uint32_t depth,
                       const char *name) noexcept {
     constexpr rsize_t kSize = ZELL_MAP_HIERARCHY_PATH_LEN;
     if (depth > 0) {
-        const char *above = request.hierarchy[depth - 1].path;
-        if (above == nullptr || strcpy_s(buffer, kSize, above) != 0 || strcat_s(buffer, kSize, "/") != 0)
-            return false;
-    } else if (strcpy_s(buffer, kSize, "/") != 0) {
-        return false;
+        strcpy_s(buffer, kSize, request.hierarchy[depth - 1].path);
+        strcat_s(buffer, kSize, "/");
+    } else {
+        strcpy_s(buffer, kSize, "/");
     }
-    return strcat_s(buffer, kSize, name) == 0;
+    strcat_s(buffer, kSize, name);
 }
 
+// A level is pushed even when its name or path could not be made, so that
+// the caller's pushes and pops stay paired: its path is then empty, or
+// NULL when the buffer itself could not be allocated.
 zell_map_status push_level(zell_map_request &request, const zell_datatree &node,
                            uint32_t user_value) noexcept {
     const uint32_t depth = request.hierarchy_depth;
@@ -31,8 +34,8 @@ zell_map_status push_level(zell_map_request &request, const zell_datatree &node,
         return ZELL_MAP_ERR_NO_MEMORY;
     auto path = allocate_zeroed<char>("ZELL MAP add node haira", ZELL_MAP_HIERARCHY_PATH_LEN);
     OwnedString name = copy_string(node.tag, "ZELL_MAP");
-    if (!path || !name || !build_level_path(path.get(), request, depth, name.get()))
-        return ZELL_MAP_ERR_NO_MEMORY;
+    if (path)
+        build_level_path(path.get(), request, depth, name.get());
     zell_map_hierarchy_entry &entry = request.hierarchy[depth];
     entry.name = name.release();
     entry.path = path.release();
@@ -49,7 +52,7 @@ extern "C" {
 zell_map_status zell_map_add_to_node_hierarchy(zell_map_ctx *ctx, zell_datatree *node,
                                                uint32_t user_value) noexcept {
     zell_map_request *request = request_of(ctx);
-    if (request == nullptr || node == nullptr || node->tag == nullptr)
+    if (request == nullptr || node == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
     return push_level(*request, *node, user_value);
 }

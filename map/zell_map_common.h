@@ -896,11 +896,13 @@ ZELL_MAP_API int zell_map_is_list_node_already_present(zell_map_ctx *ctx, zell_d
 /**
  * Pushes a hierarchy level for @p node: its name is a copy of the node's
  * tag and its path the path of the level above, "/" and the name (at most
- * 249 characters). Nothing changes on failure. Does not log.
+ * 249 characters). The level is pushed even when its name or path cannot
+ * be made, so that pushes and pops stay paired: a path that does not fit,
+ * or has no name to end in, is left empty; one whose buffer cannot be
+ * allocated is NULL (and the name NULL when it cannot be copied). Does not log.
  * @return ZELL_MAP_OK;
- *         ZELL_MAP_ERR_NO_MEMORY when 20 levels are in use, an allocation
- *         fails or the path does not fit;
- *         ZELL_MAP_ERR_INVALID_ARG when ctx, its request, node or its tag is NULL.
+ *         ZELL_MAP_ERR_NO_MEMORY when 20 levels are in use (nothing changes);
+ *         ZELL_MAP_ERR_INVALID_ARG when ctx, its request or node is NULL.
  */
 ZELL_MAP_API zell_map_status zell_map_add_to_node_hierarchy(zell_map_ctx *ctx, zell_datatree *node,
                                                             uint32_t user_value) ZELL_MAP_NOEXCEPT;

@@ -50,10 +50,11 @@ TEST_F(NodeHierarchyTest, LevelsCarryTheirPathFromTheTopAndPopClearsTheDeepest) 
 TEST_F(NodeHierarchyTest, TwentyLevelsAndPathsOf249CharactersAtMost) {
     append_child(tree.node, std::string(249, 'y').c_str()); // "/" + 249 does not fit
     append_child(tree.node, std::string(248, 'x').c_str());
-    EXPECT_EQ(Push(&tree->subtrees[0]), ZELL_MAP_ERR_NO_MEMORY);
-    EXPECT_EQ(request.hierarchy_depth, 0);
+    ASSERT_EQ(Push(&tree->subtrees[0]), ZELL_MAP_OK);
+    EXPECT_STREQ(request.hierarchy[0].path, "") << "a path that does not fit is left empty";
+    ASSERT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
     ASSERT_EQ(Push(&tree->subtrees[1]), ZELL_MAP_OK);
-    EXPECT_EQ(Push(&append_child(tree->subtrees[1], "z")), ZELL_MAP_ERR_NO_MEMORY);
+    EXPECT_EQ(std::string(request.hierarchy[0].path), "/" + std::string(248, 'x'));
     ASSERT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
 
     zell_datatree *node = &tree.node;
@@ -67,22 +68,36 @@ TEST_F(NodeHierarchyTest, TwentyLevelsAndPathsOf249CharactersAtMost) {
     EXPECT_EQ(std::string(request.hierarchy[19].path), "/" + repeat_path("n", 20));
 }
 
-TEST_F(NodeHierarchyTest, FailedAllocationPushesNothing) {
+// Pushes and pops stay paired: a level whose name or path could not be
+// made is still pushed, with what could be made.
+TEST_F(NodeHierarchyTest, FailedAllocationStillPushesTheLevel) {
     zell_datatree *a = &append_child(tree.node, "a");
     ASSERT_EQ(Push(a), ZELL_MAP_OK);
     zell_datatree *b = &append_child(*a, "b");
+    int run = 0;
     for_each_alloc_failure(
         [&](const Arm &arm) {
             arm();
             return Push(b);
         },
         [&](zell_map_status status, bool injected) {
-            EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
-            EXPECT_EQ(request.hierarchy_depth, injected ? 1 : 2);
+            EXPECT_EQ(status, ZELL_MAP_OK);
+            ASSERT_EQ(request.hierarchy_depth, 2);
+            const zell_map_hierarchy_entry &level = request.hierarchy[1];
+            EXPECT_EQ(level.node, b);
             if (!injected) {
-                EXPECT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
+                EXPECT_STREQ(level.path, "/a/b");
+            } else if (run == 0) {
+                EXPECT_EQ(level.path, nullptr) << "no path buffer";
+                EXPECT_STREQ(level.name, "b");
+            } else {
+                EXPECT_STREQ(level.path, "") << "no name to append";
+                EXPECT_EQ(level.name, nullptr);
             }
+            ++run;
+            EXPECT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
         });
+    EXPECT_EQ(run, 3);
 }
 
 } // namespace
