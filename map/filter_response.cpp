@@ -12,18 +12,6 @@ using namespace zell::map;
 
 namespace {
 
-// Every child a key leaf and the first of them carrying a value.
-bool all_keys_first_valued(const zell_datatree &node) noexcept {
-    const auto kids = children(node);
-    if (kids.empty() || static_cast<std::size_t>(node.n_subtrees) != kids.size())
-        return false;
-    for (const zell_datatree &child : kids) {
-        if (!is_key_leaf(child))
-            return false;
-    }
-    return has(kids[0], ZELL_DATATREE_HAS_DATA);
-}
-
 enum class Scan { Match, Untagged, None };
 
 // The first child of node tagged component; a child without a tag met
@@ -47,7 +35,7 @@ zell_map_status walk_filter(const Log &log, zell_datatree *tree, PathCutter &cut
         for (; component != nullptr; component = cutter.next()) {
             if (current->n_subtrees == 0)
                 return ZELL_MAP_ERR_NO_MEMORY; // claims children but counts none
-            if (mark_key == 0 && all_keys_first_valued(*current))
+            if (mark_key == 0 && names_keys_only(*current))
                 return ZELL_MAP_OK; // a list entry named by its keys: wanted whole
             zell_datatree *match = nullptr;
             switch (first_tagged(*current, component, &match)) {
@@ -78,8 +66,9 @@ zell_map_status walk_filter(const Log &log, zell_datatree *tree, PathCutter &cut
 
 extern "C" {
 
-zell_map_status zell_map_datatree_filter_get_response(zell_map_ctx *ctx, zell_datatree *tree, const char *path,
-                                                      int32_t accept_partial, int32_t mark_key) noexcept {
+zell_map_status zell_map_datatree_filter_get_response(zell_map_ctx *ctx, zell_datatree *tree,
+                                                      const char *path, int32_t accept_partial,
+                                                      int32_t mark_key) noexcept {
     const Log log(ctx, __func__);
     if (tree == nullptr) {
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");

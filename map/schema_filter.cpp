@@ -17,25 +17,12 @@ bool is_selection_node(const zell_datatree &node) noexcept {
     return !has(node, ZELL_DATATREE_HAS_SUBTREES) || node.n_subtrees <= 0;
 }
 
-// A list entry named by its keys only: every child a key leaf, the first
-// of them carrying a value.
-bool names_keys_only(const zell_datatree &node) noexcept {
-    const auto kids = children(node);
-    if (kids.empty() || static_cast<std::size_t>(node.n_subtrees) != kids.size())
-        return false;
-    for (const zell_datatree &child : kids) {
-        if (!is_key_leaf(child))
-            return false;
-    }
-    return has(kids[0], ZELL_DATATREE_HAS_DATA);
-}
-
 } // namespace
 
 extern "C" {
 
-uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *stack, zell_map_dfs_elem *element, char **tokens,
-                                   int32_t n_tokens, int32_t accept_partial) noexcept {
+uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *stack, zell_map_dfs_elem *element,
+                                   char **tokens, int32_t n_tokens, int32_t accept_partial) noexcept {
     if (element == nullptr || element->node == nullptr)
         return 0;
     const zell_datatree &node = *element->node;

@@ -17,8 +17,9 @@
  *    as "ERR: ZELL: ctx=%p,<text>" / "TRC: ZELL: ctx=%p,<text>", and to its
  *    trace buffer (when trace_on is set) as "ERR: <function>:<line>
  *    ctx=%p,<text>". Building operations trace "Start" and "End".
- *  - Nothing keeps process-wide state: separate contexts and trees may be
- *    used on separate threads at once.
+ *  - No operation keeps per-call state anywhere but in its arguments (the
+ *    only shared state is the IPv4 pattern, compiled once and read-only):
+ *    separate contexts and trees may be used on separate threads at once.
  */
 #ifndef ZELL_MAP_COMMON_H
 #define ZELL_MAP_COMMON_H

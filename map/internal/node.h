@@ -11,7 +11,9 @@
 
 namespace zell::map {
 
-constexpr bool has(const zell_datatree &node, uint32_t bit) noexcept { return (node.presence & bit) != 0; }
+constexpr bool has(const zell_datatree &node, uint32_t bit) noexcept {
+    return (node.presence & bit) != 0;
+}
 
 // Both present and equal byte for byte. The first bytes are compared inline
 // so that most mismatches in a child scan never reach strcmp.
@@ -32,7 +34,22 @@ constexpr bool claims_missing_children(const zell_datatree &node) noexcept {
     return has(node, ZELL_DATATREE_HAS_SUBTREES) && node.n_subtrees != 0 && node.subtrees == nullptr;
 }
 
-constexpr bool is_key_leaf(const zell_datatree &node) noexcept { return has(node, ZELL_DATATREE_HAS_IS_KEY); }
+constexpr bool is_key_leaf(const zell_datatree &node) noexcept {
+    return has(node, ZELL_DATATREE_HAS_IS_KEY);
+}
+
+// A list entry named by its keys only: every child a key leaf, the first of
+// them carrying a value. Such a filter entry selects its instances whole.
+inline bool names_keys_only(const zell_datatree &node) noexcept {
+    const std::span<zell_datatree> kids = children(node);
+    if (kids.empty())
+        return false;
+    for (const zell_datatree &child : kids) {
+        if (!is_key_leaf(child))
+            return false;
+    }
+    return has(kids[0], ZELL_DATATREE_HAS_DATA);
+}
 
 // The has rule of nested records: present by the parent's bit or by any bit
 // of their own presence word.
@@ -40,8 +57,8 @@ constexpr bool has_type_info(const zell_datatree &node) noexcept {
     return has(node, ZELL_DATATREE_HAS_TYPE_INFO) || node.type_info.presence != 0;
 }
 constexpr bool has_insert(const zell_datatree &node) noexcept {
-    return has(node, ZELL_DATATREE_HAS_INSERT) || node.insert.presence != 0 || node.insert.key.presence != 0 ||
-           node.insert.value.presence != 0;
+    return has(node, ZELL_DATATREE_HAS_INSERT) || node.insert.presence != 0 ||
+           node.insert.key.presence != 0 || node.insert.value.presence != 0;
 }
 
 } // namespace zell::map
