@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "path_split.h"
+#include "zell_map_common.h"
 
 using namespace zell::map;
 
