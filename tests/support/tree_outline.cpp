@@ -2,124 +2,54 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <vector>
 
 namespace zell::test {
 
-namespace {
-
-constexpr size_t kIndent = 4;
-constexpr const char *kNamespace = "urn:zell:test";
-// How the printer shows a node without a tag.
-constexpr std::string_view kNullTag = "(null)";
-
-struct MarkName {
-    int32_t mark;
-    std::string_view text;
-};
-constexpr std::array<MarkName, 4> kMarks{{{1, " (dn)"}, {2, " (kn)"}, {3, " (ka)"}, {4, " (da)"}}};
-
-struct Line {
-    size_t depth = 0;
-    std::string tag;
-    std::string data;
-    bool has_data = false;
-    bool key = false;
-    bool entry = false;
-    int32_t mark = 0;
-};
-
-std::string_view trim_right(std::string_view s) {
-    while (!s.empty() && s.back() == ' ')
-        s.remove_suffix(1);
-    return s;
-}
-
-// Takes a trailing " [key]", " [entry]" or mark marker off text.
-bool take_marker(std::string_view &text, Line &line) {
-    if (text.ends_with(" [key]")) {
-        line.key = true;
-        text.remove_suffix(6);
-        return true;
-    }
-    if (text.ends_with(" [entry]")) {
-        line.entry = true;
-        text.remove_suffix(8);
-        return true;
-    }
-    for (const MarkName &m : kMarks) {
-        if (text.ends_with(m.text)) {
-            line.mark = m.mark;
-            text.remove_suffix(m.text.size());
-            return true;
-        }
-    }
-    return false;
-}
-
-bool parse_line(std::string_view raw, Line &line) {
-    const size_t spaces = raw.find_first_not_of(' ');
-    if (spaces % kIndent != 0)
-        return false;
-    line.depth = spaces / kIndent;
-    std::string_view text = trim_right(raw.substr(spaces));
-    while (take_marker(text, line)) {
-    }
-    const size_t colon = text.find(" : ");
-    if (colon != std::string_view::npos) {
-        line.has_data = true;
-        line.data = std::string(text.substr(colon + 3));
-        text = text.substr(0, colon);
-    }
-    line.tag = std::string(text);
-    return !line.tag.empty();
-}
-
-void apply_markers(zell_datatree &node, const Line &line, Marks marks) {
-    if (line.key) {
-        node.is_key = 1;
-        node.presence |= ZELL_DATATREE_HAS_IS_KEY;
-    }
-    if (line.entry) {
-        node.type_info.node_type = ZELL_DATATREE_NODE_LIST_ENTRY;
-        node.type_info.presence |= ZELL_DATATREE_TYPE_INFO_HAS_NODE_TYPE;
-        node.presence |= ZELL_DATATREE_HAS_TYPE_INFO;
-    }
-    if (line.mark != 0 && marks == Marks::Apply) {
-        node.mark = line.mark;
-        node.presence |= ZELL_DATATREE_HAS_MARK;
-    }
-    if (line.tag == kNullTag) {
-        rask_named_free(node.tag);
-        node.tag = nullptr;
-        node.presence &= ~ZELL_DATATREE_HAS_TAG;
-    }
-}
-
-} // namespace
-
-void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view outline, Marks marks) {
-    // Ancestors of the line being added; adding to the deepest one never
-    // moves the records of the others.
+void add_outline(zell_map_ctx &ctx, zell_datatree &parent, std::string_view text, Marks marks) {
+    // Taken off the end of a line in this order; kMarkers[4 - m] is mark m.
+    constexpr std::string_view kMarkers[] = {" (da)", " (ka)", " (kn)", " (dn)", " [entry]", " [key]"};
+    // Adding below the deepest ancestor never moves the records of the others.
     std::vector<zell_datatree *> ancestors{&parent};
-    while (!outline.empty()) {
-        const size_t end = outline.find('\n');
-        const std::string_view raw = outline.substr(0, end);
-        outline = end == std::string_view::npos ? std::string_view{} : outline.substr(end + 1);
-        if (trim_right(raw).empty())
-            continue;
-        Line line;
-        ASSERT_TRUE(parse_line(raw, line)) << "bad outline line '" << raw << "'";
-        ASSERT_LT(line.depth, ancestors.size()) << "line skips a level: '" << raw << "'";
-        ancestors.resize(line.depth + 1);
-        zell_datatree *child = nullptr;
-        ASSERT_EQ(zell_map_datatree_add_subtree(&ctx, ancestors.back(), line.tag.c_str(), kNamespace,
-                                                line.has_data ? line.data.c_str() : nullptr, nullptr, &child,
+    for (size_t end = 0; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
+        end = std::min(text.find('|'), text.size());
+        std::string_view line = text.substr(0, end);
+        const size_t depth = std::min(line.find_first_not_of('.'), line.size());
+        line.remove_prefix(depth);
+        bool found[std::size(kMarkers)] = {};
+        for (size_t i = 0; i < std::size(kMarkers); ++i)
+            if ((found[i] = line.ends_with(kMarkers[i])))
+                line.remove_suffix(kMarkers[i].size());
+        const size_t colon = line.find(" : ");
+        const std::string tag(line.substr(0, colon)), data(colon == line.npos ? "" : line.substr(colon + 3));
+        ASSERT_LT(depth, ancestors.size()) << "line skips a level: " << tag;
+        ancestors.resize(depth + 1);
+        zell_datatree *node = nullptr;
+        ASSERT_EQ(zell_map_datatree_add_subtree(&ctx, ancestors.back(), tag.c_str(), "urn:zell:test",
+                                                colon == line.npos ? nullptr : data.c_str(), nullptr, &node,
                                                 1),
                   ZELL_MAP_OK);
-        apply_markers(*child, line, marks);
-        ancestors.push_back(child);
+        for (int32_t mark = 4; mark >= 1; --mark)
+            if (found[4 - mark] && marks == Marks::Apply) {
+                node->mark = mark;
+                node->presence |= ZELL_DATATREE_HAS_MARK;
+            }
+        if (found[4]) {
+            node->type_info.node_type = ZELL_DATATREE_NODE_LIST_ENTRY;
+            node->type_info.presence |= ZELL_DATATREE_TYPE_INFO_HAS_NODE_TYPE;
+            node->presence |= ZELL_DATATREE_HAS_TYPE_INFO;
+        }
+        if (found[5]) {
+            node->is_key = 1;
+            node->presence |= ZELL_DATATREE_HAS_IS_KEY;
+        }
+        if (tag == "(null)") {
+            rask_named_free(node->tag);
+            node->tag = nullptr;
+            node->presence &= ~ZELL_DATATREE_HAS_TAG;
+        }
+        ancestors.push_back(node);
     }
 }
 
@@ -129,6 +59,18 @@ std::string outline_of(const zell_datatree &node) {
     std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(status, ZELL_MAP_OK);
     return printed;
+}
+
+std::string line_of(const zell_datatree &node) {
+    const std::string printed = outline_of(node);
+    std::string out;
+    for (size_t at = 0, end; at < printed.size(); at = end + 1) {
+        end = std::min(printed.find('\n', at), printed.size());
+        const size_t spaces = printed.find_first_not_of(' ', at) - at;
+        out.append(out.empty() ? "" : "|").append(spaces / 4, '.');
+        out.append(printed, at + spaces, end - at - spaces);
+    }
+    return out;
 }
 
 } // namespace zell::test
