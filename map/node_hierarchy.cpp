@@ -10,18 +10,16 @@ using namespace zell::map;
 
 namespace {
 
-// "/" + the level names joined by "/". Each step follows the bounded-copy
-// rules: one that does not fit (or has no string) leaves the path empty.
+// "/" + the level names joined by "/". A step that fails (does not fit, or
+// has no string) leaves the buffer empty, and the path stays empty.
 void build_level_path(char *buffer, const zell_map_request &request, uint32_t depth,
                       const char *name) noexcept {
     constexpr rsize_t kSize = ZELL_MAP_HIERARCHY_PATH_LEN;
-    if (depth > 0) {
-        strcpy_s(buffer, kSize, request.hierarchy[depth - 1].path);
-        strcat_s(buffer, kSize, "/");
-    } else {
-        strcpy_s(buffer, kSize, "/");
-    }
-    strcat_s(buffer, kSize, name);
+    const bool built = depth > 0 ? strcpy_s(buffer, kSize, request.hierarchy[depth - 1].path) == 0 &&
+                                       strcat_s(buffer, kSize, "/") == 0
+                                 : strcpy_s(buffer, kSize, "/") == 0;
+    if (built)
+        strcat_s(buffer, kSize, name);
 }
 
 // A level is pushed even when its name or path could not be made, so that

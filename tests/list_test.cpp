@@ -205,10 +205,16 @@ TEST_F(ListTest, HierarchyLevelsCarryTheirPathAndLeavesAreFoundBelowThem) {
 }
 
 TEST_F(ListTest, HierarchyHoldsTwentyLevelsWithPathsOf249CharactersAtMost) {
-    fill(tree.node, N(nullptr, {N(std::string(248, 'x').c_str()), N(std::string(249, 'y').c_str())}));
+    fill(tree.node,
+         N(nullptr, {N(std::string(248, 'x').c_str(), {N("b")}), N(std::string(249, 'y').c_str())}));
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(Level(&tree->subtrees[i]), ZELL_MAP_OK);
         EXPECT_EQ(std::string(request.hierarchy[0].path), i ? "" : "/" + std::string(248, 'x'));
+        if (i == 0) { // a level below a full path does not fit either
+            ASSERT_EQ(Level(tree->subtrees[0].subtrees), ZELL_MAP_OK);
+            EXPECT_STREQ(request.hierarchy[1].path, "");
+            EXPECT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
+        }
         EXPECT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_OK);
     }
     EXPECT_EQ(zell_map_remove_from_node_hierarchy(&ctx), ZELL_MAP_ERR_INVALID_ARG);
