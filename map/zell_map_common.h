@@ -856,7 +856,7 @@ ZELL_MAP_API zell_map_status zell_map_free_trim_path_list_ctx(zell_map_ctx *ctx)
  * Returns in *@p out_instance the first child of @p parent tagged
  * @p list_tag in @p ns whose key leaf @p key_name holds @p key_value, or
  * appends a new instance carrying only its tag and namespace (numbered,
- * unless it is the parent's first child); the caller adds its key leaf.
+ * unless the parent had no child array yet); the caller adds its key leaf.
  * *@p out_instance is NULL on failure.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG when an argument other than ctx is NULL
