@@ -1,182 +1,107 @@
-// Child lookup, counting along a path, child arrays and the last
-// child of a path's end node.
-#include <memory>
-
 #include "harness.h"
 #include "tree_builder.h"
 
 using namespace zell::test;
+using SubtreeLookup = MapTest;
+constexpr zell_map_status OK = ZELL_MAP_OK, NF = ZELL_MAP_ERR_NOT_FOUND, INV = ZELL_MAP_ERR_INVALID_ARG,
+                          NM = ZELL_MAP_ERR_NO_MEMORY;
 
-namespace {
-
-constexpr const char *kNum = "zell_map_datatree_get_subtree_num";
-
-class SubtreeLookup : public MapTest {};
-
-TEST_F(SubtreeLookup, ChildByTagValueOrNamespace) {
+TEST_F(SubtreeLookup, FindsAChildAndHandsOutChildArrays) {
     Tree t;
     fill(t.node, N("R", {V("a", "1"), V("a", "2"), N(nullptr), V("b", "3")}));
     rask_named_free(t->subtrees[1].ns);
     t->subtrees[1].ns = zell_strdup("urn:other", "TEST ns");
-    zell_datatree *out = nullptr;
-    const long live = zell_host_live_allocations();
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", "2", kNs), ZELL_MAP_OK)
-        << "the value decides";
-    EXPECT_EQ(out, &t->subtrees[1]);
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", nullptr, "urn:other"),
-              ZELL_MAP_ERR_INVALID_ARG);
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "a", nullptr, nullptr), ZELL_MAP_OK);
-    EXPECT_EQ(out, &t->subtrees[0]);
-    out = nullptr;
-    EXPECT_EQ(zell_map_datatree_get_subtree(t.get(), &out, "b", nullptr, nullptr), ZELL_MAP_ERR_INVALID_ARG)
-        << "an untagged child ends the search";
-    EXPECT_EQ(zell_map_datatree_get_subtree(&t->subtrees[0], &out, "a", nullptr, nullptr),
-              ZELL_MAP_ERR_INVALID_ARG);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(zell_host_live_allocations(), live) << "lookups allocate nothing";
-    EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(SubtreeLookup, CountsAlongAPath) {
-    Tree t;
-    fill(t.node, N("bgp", {N("global", {N("as"), N("id")}), N("peers"), N("x")}));
-    const struct {
-        const char *path;
-        zell_map_status status;
-        int32_t count; // -1: left as the caller had it
-    } cases[] = {{"bgp", ZELL_MAP_OK, 3},
-                 {"anything", ZELL_MAP_OK, 3},
-                 {"bgp/global", ZELL_MAP_OK, 2},
-                 {"//bgp//global/", ZELL_MAP_OK, 2},
-                 {"bgp/global/config", ZELL_MAP_ERR_NOT_FOUND, -1},
-                 {"bgp/peers/p/q", ZELL_MAP_OK, 0},
-                 {"bgp/nope", ZELL_MAP_ERR_NOT_FOUND, -1},
-                 {"x/global", ZELL_MAP_ERR_NOT_FOUND, -1},
-                 {"", ZELL_MAP_OK, -1},
-                 {"bgp/global/as/deeper", ZELL_MAP_OK, 0}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.path);
-        int32_t count = -1;
-        EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, t.get(), c.path, &count), c.status);
-        EXPECT_EQ(count, c.count);
+    const std::tuple<zell_datatree *, const char *, const char *, const char *, uint32_t, int> cases[] = {
+        {t.get(), "a", "2", kNs, OK, 1},               // the value decides
+        {t.get(), "a", nullptr, "urn:other", INV, -1}, // the first a decides the namespace
+        {t.get(), "b", nullptr, nullptr, INV, -1}};    // a NULL tag ends the search
+    for (const auto &[tree, tag, data, ns, status, found] : cases) {
+        zell_datatree *out = nullptr;
+        EXPECT_EQ(zell_map_datatree_get_subtree(tree, &out, tag, data, ns), status) << tag << ns;
+        EXPECT_EQ(out, found < 0 ? nullptr : &t->subtrees[found]) << tag << ns;
     }
-    EXPECT_TRUE(Logged("TRC", kNum, "Start"));
-    EXPECT_TRUE(Logged("TRC", kNum, "Searching subtrees of path 'bgp/global'"));
-    EXPECT_TRUE(Logged("TRC", kNum, "Checking node 'bgp'"));
-    EXPECT_TRUE(Logged("TRC", kNum, "Checking subtrees of node 'bgp'"));
-    EXPECT_TRUE(Logged("TRC", kNum, "Checking subtrees of a last node 'global'"));
-    EXPECT_TRUE(Logged("ERR", kNum, "Can't find 'nope' in the datatree!"));
-    EXPECT_TRUE(Logged("ERR", kNum, "Can't find 'x' in the datatree!"));
-    EXPECT_TRUE(Logged("TRC", kNum, "End"));
-
-    Tree leafless;
-    int32_t count = 9;
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(nullptr, leafless.get(), "a/b", &count), ZELL_MAP_OK);
-    EXPECT_EQ(count, 0);
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, t.get(), nullptr, &count), ZELL_MAP_ERR_INVALID_ARG);
-    EXPECT_TRUE(Logged("ERR", kNum, "NULL argument(s) passed!"));
-}
-
-TEST_F(SubtreeLookup, MalformedTreesAndCopyFailure) {
-    Tree untagged, untagged_child;
-    fill(untagged.node, N(nullptr, {N("a")}));
-    fill(untagged_child.node, N("r", {N(nullptr), N("a")}));
-    int32_t count = -1;
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged.get(), "r/a", &count), ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count),
-              ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(count, -1);
-    EXPECT_TRUE(Logged("ERR", kNum, "Invalid datatree passed!"));
-    zell_host_fail_nth_alloc(1);
-    EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, untagged_child.get(), "r/a", &count),
-              ZELL_MAP_ERR_NO_MEMORY);
-    EXPECT_TRUE(Logged("ERR", kNum, "Failed to copy path string!"));
-}
-
-TEST_F(SubtreeLookup, HandsOutChildArrays) {
-    Tree t;
-    fill(t.node, N("r", {N("a"), N("b")}));
-    zell_datatree *array = t.get();
+    zell_datatree broken{}, *array = nullptr; // claims 3 children without an array
+    broken.n_subtrees = 3, broken.presence = ZELL_DATATREE_HAS_SUBTREES;
     int32_t n = -1;
-    EXPECT_EQ(zell_map_get_subtrees(&ctx, &t->subtrees[0], &array, &n), ZELL_MAP_OK);
-    EXPECT_EQ(array, nullptr);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(zell_map_get_subtrees(&ctx, t.get(), &array, &n), ZELL_MAP_OK);
-    EXPECT_EQ(array, t->subtrees);
-    EXPECT_EQ(n, 2);
-    zell_datatree broken{};
-    broken.presence = ZELL_DATATREE_HAS_SUBTREES;
-    broken.n_subtrees = 3;
-    EXPECT_EQ(zell_map_get_subtrees(&ctx, &broken, &array, &n), ZELL_MAP_ERR_NOT_FOUND);
-    EXPECT_EQ(n, 3);
-    EXPECT_TRUE(Logged("ERR", "zell_map_get_subtrees", "Failed to get subtrees!"));
-    EXPECT_TRUE(Logged("TRC", "zell_map_get_subtrees", "End"));
-    EXPECT_EQ(zell_map_get_subtrees(&ctx, nullptr, &array, &n), ZELL_MAP_ERR_INVALID_ARG);
-    EXPECT_TRUE(Logged("ERR", "zell_map_get_subtrees", "NULL argument(s) passed!"));
+    EXPECT_TRUE(zell_map_get_subtrees(&ctx, t.get(), &array, &n) == OK && array == t->subtrees && n == 4);
+    EXPECT_EQ(zell_map_get_subtrees(&ctx, &broken, &array, &n), NF);
+    EXPECT_EQ(zell_map_get_subtrees(&ctx, nullptr, &array, &n), INV);
+    for (const char *line : {"ERR:Failed to get subtrees!", "TRC:End", "ERR:NULL argument(s) passed!"})
+        EXPECT_TRUE(Logged(std::string_view(line, 3), "zell_map_get_subtrees", line + 4));
 }
 
-TEST_F(SubtreeLookup, LookupsUnderAllocationFailures) {
-    const std::function<zell_map_status(zell_datatree *)> operations[] = {
-        [&](zell_datatree *t) {
-            int32_t n = 0;
-            return zell_map_datatree_get_subtree_num(&ctx, t, "bgp/n", &n);
-        },
-        [&](zell_datatree *t) { return zell_map_datatree_add_data_ns(&ctx, t, "bgp/n", "urn:d"); },
-        [&](zell_datatree *t) { return zell_map_datatree_filter_get_response(&ctx, t, "n/a", 0, 1); },
-        [&](zell_datatree *t) { return zell_map_get_subtree_from_key(&ctx, t, "n/a", "1", nullptr); },
-        [&](zell_datatree *t) {
-            zell_datatree *out = nullptr;
-            return zell_map_datatree_get_last_subtree(&ctx, t, "x/y/n", &out);
-        },
-    };
-    for (const auto &operation : operations) {
-        std::unique_ptr<Tree> t; // rebuilt for every run, so that each run allocates alike
-        for_each_alloc_failure(
-            [&](const Arm &arm) {
-                t = std::make_unique<Tree>();
-                fill(t->node, N("bgp", {N("n", {V("a", "1")})}));
-                arm();
-                return operation(t->get());
-            },
-            [&](zell_map_status status, bool injected) {
-                EXPECT_TRUE(!injected || status == ZELL_MAP_ERR_NO_MEMORY) << status;
-                t.reset();
-            });
+TEST_F(SubtreeLookup, CountsSetsDataNamespacesAndFindsTheLastChildAlongAPath) {
+    Tree t, leafless, fresh;
+    fill(t.node, N("bgp", {N("global", {N("as")}), N(nullptr)}));
+    // path; counting: status, count (-1: unchanged); setting the path itself as data namespace: status
+    const std::tuple<zell_datatree *, const char *, zell_map_status, int32_t, zell_map_status> cases[] = {
+        {t.get(), "bgp", OK, 2, NF}, // names the tree itself
+        {t.get(), "bgp/global", OK, 1, OK},
+        {t.get(), "//bgp//global/", OK, 1, OK},  // replaces the namespace
+        {t.get(), "bgp/global/as/x", OK, 0, NF}, // past the leaves
+        {t.get(), "x/global", NF, -1, NF},
+        {t.get(), "bgp/b", NF, -1, NF}, // a NULL tag on the way
+        {leafless.get(), "a/b", OK, 0, NF},
+        {t.get(), nullptr, INV, -1, INV}};
+    int32_t count = -1;
+    for (const auto &[tree, path, status, expected, ns_status] : cases) {
+        EXPECT_EQ(zell_map_datatree_get_subtree_num(&ctx, tree, path, &(count = -1)), status) << path;
+        EXPECT_EQ(count, expected) << path;
+        EXPECT_EQ(zell_map_datatree_add_data_ns(&ctx, tree, path, path), ns_status) << path;
     }
-}
-
-TEST_F(SubtreeLookup, LastChildOfAPathsEnd) {
-    constexpr const char *kLast = "zell_map_datatree_get_last_subtree";
-    Tree t;
+    EXPECT_EQ(zell_map_datatree_add_data_ns(&ctx, t.get(), "bgp/global", nullptr), NM);
+    EXPECT_STREQ(t->subtrees[0].data_ns, "//bgp//global/");
+    const std::function<zell_map_status()> copying[] = {
+        [&] { return zell_map_datatree_add_data_ns(&ctx, t.get(), "bgp/global", "urn:z"); },
+        [&] { return zell_map_datatree_get_subtree_num(&ctx, t.get(), "bgp/global", &count); }};
+    for (const auto &op : copying) // the path copy fails
+        for_each_alloc_failure([&](const Arm &arm) { return arm(), op(); },
+                               [&](zell_map_status s, bool injected) { EXPECT_EQ(s, injected ? NM : OK); });
     zell_datatree *out = nullptr;
-    ASSERT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_ERR_INVALID_ARG)
-        << "a new end node has no children";
-    EXPECT_EQ(describe(t.node), "bgp(n)");
-    EXPECT_STREQ(t->subtrees[0].ns, ZELL_MAP_OC_BGP_NS);
-    for (const char *leaf : {"bgp/n/a", "bgp/n/b", "bgp/n/c"})
-        ASSERT_EQ(
-            zell_map_datatree_add_path(&ctx, t.get(), leaf, ZELL_MAP_OC_BGP_NS, nullptr, nullptr, nullptr, 0),
-            ZELL_MAP_OK);
-    ASSERT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_OK);
-    EXPECT_STREQ(out->tag, "c");
-    EXPECT_TRUE(Logged("TRC", kLast, "Start"));
-    EXPECT_TRUE(Logged("TRC", kLast, "End"));
-
-    Tree filter;
-    fill(filter.node, N("R", {N("other")}));
-    request.datatree = filter.get();
-    request.flags = ZELL_MAP_REQUEST_FILTER;
-    out = nullptr;
-    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_ERR_INVALID_ARG)
-        << "skipped by the filter: no end node";
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), nullptr, &out), ZELL_MAP_ERR_INVALID_ARG);
-    EXPECT_TRUE(Logged("ERR", kLast, "NULL argument(s) passed!"));
-    zell_host_fail_nth_alloc(1); // the filter walk's path copy: skipped
-    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_ERR_INVALID_ARG);
-    request.flags = 0;
-    zell_host_fail_nth_alloc(1); // the path copy of the insertion
-    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, t.get(), "bgp/n", &out), ZELL_MAP_ERR_NO_MEMORY);
+    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, fresh.get(), "b/n", &out), INV); // no children yet
+    zell_map_datatree_add_path(&ctx, fresh.get(), "b/n/a", ZELL_MAP_OC_BGP_NS, nullptr, nullptr, nullptr, 0);
+    ASSERT_EQ(zell_map_datatree_get_last_subtree(&ctx, fresh.get(), "b/n", &out), OK);
+    EXPECT_EQ(std::string(fresh->subtrees[0].ns) + " " + out->tag, ZELL_MAP_OC_BGP_NS " a");
+    EXPECT_EQ(zell_map_datatree_get_last_subtree(&ctx, fresh.get(), nullptr, &out), INV);
+    for (const char *line : {"TRC:Start", "TRC:End", "ERR:NULL argument(s) passed!"})
+        EXPECT_TRUE(Logged(std::string_view(line, 3), "zell_map_datatree_get_last_subtree", line + 4));
+    for (const char *fn : {"zell_map_datatree_get_subtree_num", "zell_map_datatree_add_data_ns"})
+        for (const char *line : {"TRC:Start", "TRC:Searching subtrees of path 'bgp/global'",
+                                 "TRC:Checking node 'bgp'", "TRC:Checking subtrees of node 'bgp'", "TRC:End",
+                                 "ERR:NULL argument(s) passed!", "ERR:Failed to copy path string!"})
+            EXPECT_TRUE(Logged(std::string_view(line, 3), fn, line + 4));
+    for (const char *line : {"TRC:Checking subtrees of a last node 'global'", "ERR:Invalid datatree passed!",
+                             "ERR:Can't find 'x' in the datatree!"})
+        EXPECT_TRUE(Logged(std::string_view(line, 3), "zell_map_datatree_get_subtree_num", line + 4));
+    for (const char *line : {"TRC:Found path 'bgp/global' in the datatree", "ERR:Asserting ...",
+                             "ERR:Can't find path 'x/global' in the datatree!", "ERR:Invalid subtree passed!",
+                             "ERR:Failed to copy data ns"})
+        EXPECT_TRUE(Logged(std::string_view(line, 3), "zell_map_datatree_add_data_ns", line + 4));
 }
 
-} // namespace
+TEST_F(SubtreeLookup, DataNamespaceRulesInOrder) {
+    constexpr zell_map_status NS = ZELL_MAP_ERR_NS_MISMATCH;
+    const std::tuple<bool, int32_t, int32_t, const char *, int32_t, zell_map_status, const char *> cases[] = {
+        {false, 0, 0, nullptr, 0, OK, nullptr},  // no data, in a get
+        {false, 0, 10, nullptr, 0, OK, nullptr}, // ... in a get-config
+        {false, 3, 5, nullptr, 0, OK, nullptr},  // ... a delete
+        {false, 0, 5, nullptr, 0, NS, "There is no data ns for this node!"},
+        {true, 0, 5, nullptr, 1, OK, nullptr}, // missing_ok 1
+        {true, 0, 5, nullptr, 2, NS, nullptr},
+        {true, 0, 5, "", 1, NS, "data ns is NULL!"}, // the bit without a string
+        {true, 0, 5, "urn:x", 0, OK, nullptr},
+        {true, 0, 5, "urn:y", 1, NS, "mismatched data_ns: urn:y and ns: urn:x"}};
+    for (const auto &[data, operation, request_kind, data_ns, missing_ok, status, text] : cases) {
+        msg.request_kind = request_kind;
+        Tree t;
+        fill(t.node, data ? V("leaf", "1") : N("leaf"));
+        t->operation = operation; // 0: merge; 3: delete
+        t->presence |= ZELL_DATATREE_HAS_OPERATION | (data_ns ? ZELL_DATATREE_HAS_DATA_NS : 0u);
+        t->data_ns = data_ns && *data_ns ? zell_strdup(data_ns, "TEST ns") : nullptr;
+        EXPECT_EQ(zell_map_validate_data_ns(&ctx, t.get(), "urn:x", missing_ok), status) << request_kind;
+        EXPECT_TRUE(!text || Logged("ERR", "zell_map_validate_data_ns", text)) << text;
+    }
+    EXPECT_EQ(zell_map_validate_data_ns(&ctx, nullptr, "urn:x", 0), INV);
+    EXPECT_TRUE(Logged("ERR", "zell_map_validate_data_ns", "Invalid arguments passed!"));
+    EXPECT_TRUE(Logged("TRC", "zell_map_validate_data_ns", "get, get-config, or delete with empty tag"));
+}
