@@ -1,6 +1,7 @@
 // Data namespaces: setting one on the node a path names, and
 // checking a node against the namespace a request expects.
 #include "log.h"
+#include "path_copy.h"
 #include "memory.h"
 #include "node.h"
 #include "tag_walk.h"
@@ -50,11 +51,9 @@ zell_map_status zell_map_datatree_add_data_ns(zell_map_ctx *ctx, zell_datatree *
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_ERR_NOT_FOUND;
     }
-    OwnedString copy = copy_string(path, "ZELL MAP get subtree num");
-    if (!copy) {
-        ZELL_LOG(log, ERR, "Failed to copy path string!");
+    OwnedString copy = copy_path(log, path, "ZELL MAP get subtree num");
+    if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    }
     ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
 
     zell_map_status status = ZELL_MAP_ERR_NOT_FOUND;
@@ -82,7 +81,8 @@ zell_map_status zell_map_validate_data_ns(zell_map_ctx *ctx, const zell_datatree
         ZELL_LOG(log, ERR, "Invalid arguments passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    if (!has(*node, ZELL_DATATREE_HAS_DATA) && (is_get_request(ctx) || zell_map_is_request_delete(node) == 1)) {
+    if (!has(*node, ZELL_DATATREE_HAS_DATA) &&
+        (is_get_request(ctx) || zell_map_is_request_delete(node) == 1)) {
         ZELL_LOG(log, TRC, "get, get-config, or delete with empty tag");
         return ZELL_MAP_OK;
     }

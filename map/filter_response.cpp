@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "log.h"
+#include "path_copy.h"
 #include "memory.h"
 #include "node.h"
 #include "path_split.h"
@@ -74,11 +75,9 @@ zell_map_status zell_map_datatree_filter_get_response(zell_map_ctx *ctx, zell_da
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    OwnedString copy = copy_string(path, "ZELL MAP fltr get resp");
-    if (!copy) {
-        ZELL_LOG(log, ERR, "Failed to copy path string!");
+    OwnedString copy = copy_path(log, path, "ZELL MAP fltr get resp");
+    if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    }
     PathCutter cutter(copy.get());
     char *component = cutter.next();
     if (component == nullptr)
@@ -100,11 +99,9 @@ zell_map_status zell_map_get_subtree_from_key(zell_map_ctx *ctx, const zell_data
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    OwnedString copy = copy_string(path, "ZELL MAP sub key");
-    if (!copy) {
-        ZELL_LOG(log, ERR, "Failed to copy path string!");
+    OwnedString copy = copy_path(log, path, "ZELL MAP sub key");
+    if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    }
     PathCutter cutter(copy.get());
     char *component = cutter.next();
     if (zell_map_get_tree_from_key_data(ctx, tree, component, data, spare) == ZELL_MAP_OK)

@@ -2,6 +2,7 @@
 // component at a time, each found or added by subtree insertion; around
 // that core, the request's filter, re-rooting and path recording.
 #include "log.h"
+#include "path_copy.h"
 #include "memory.h"
 #include "path_record.h"
 #include "path_split.h"
@@ -12,21 +13,21 @@ namespace {
 
 // Inserts the components of the cut-in-place copy under root. Components
 // before a failing one stay inserted.
-zell_map_status insert_components(zell_map_ctx *ctx, const Log &log, zell_datatree *root, char *copy, const char *ns,
-                                  const char *data, const zell_datatree *op_source, zell_datatree **out_child,
-                                  int32_t indexed, uint32_t flags) noexcept {
+zell_map_status insert_components(zell_map_ctx *ctx, const Log &log, zell_datatree *root, char *copy,
+                                  const char *ns, const char *data, const zell_datatree *op_source,
+                                  zell_datatree **out_child, int32_t indexed, uint32_t flags) noexcept {
     PathCutter cutter(copy);
     zell_datatree *current = root;
     for (char *component = cutter.next(); component != nullptr; component = cutter.next()) {
         if (!cutter.has_next()) {
             ZELL_LOG(log, TRC, "Setting a last node '%s' with '%s'", component, data);
-            return zell_map_datatree_add_subtree_flagged(ctx, current, component, ns, data, op_source, out_child,
-                                                         indexed != 0 ? 1 : 0, flags);
+            return zell_map_datatree_add_subtree_flagged(ctx, current, component, ns, data, op_source,
+                                                         out_child, indexed != 0 ? 1 : 0, flags);
         }
         ZELL_LOG(log, TRC, "Setting a node '%s'", component);
         zell_datatree *next = nullptr;
-        const zell_map_status status =
-            zell_map_datatree_add_subtree_flagged(ctx, current, component, ns, nullptr, nullptr, &next, 0, flags);
+        const zell_map_status status = zell_map_datatree_add_subtree_flagged(
+            ctx, current, component, ns, nullptr, nullptr, &next, 0, flags);
         if (status != ZELL_MAP_OK)
             return status;
         current = next;
@@ -44,21 +45,20 @@ bool filter_applies(const zell_map_request *request, uint32_t flags) noexcept {
 
 extern "C" {
 
-zell_map_status zell_map_datatree_add_path_common_flagged(zell_map_ctx *ctx, zell_datatree *root, const char *path,
-                                                          const char *ns, const char *data,
-                                                          const zell_datatree *op_source, zell_datatree **out_child,
-                                                          int32_t indexed, uint32_t flags) noexcept {
+zell_map_status zell_map_datatree_add_path_common_flagged(zell_map_ctx *ctx, zell_datatree *root,
+                                                          const char *path, const char *ns, const char *data,
+                                                          const zell_datatree *op_source,
+                                                          zell_datatree **out_child, int32_t indexed,
+                                                          uint32_t flags) noexcept {
     const Log log(ctx, __func__);
     ZELL_LOG(log, TRC, "Start");
     if (root == nullptr || path == nullptr || ns == nullptr) {
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    OwnedString copy = copy_string(path, "ZELL MAP path cpy");
-    if (!copy) {
-        ZELL_LOG(log, ERR, "Failed to copy path string!");
+    OwnedString copy = copy_path(log, path, "ZELL MAP path cpy");
+    if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    }
     zell_map_request *request = ctx != nullptr ? ctx->request : nullptr;
     if (request != nullptr && request->xpath_mode != 0 &&
         record_path(log, *request, copy.get()) != Recording::Insert)
@@ -72,20 +72,23 @@ zell_map_status zell_map_datatree_add_path_common_flagged(zell_map_ctx *ctx, zel
 }
 
 zell_map_status zell_map_datatree_add_path_common(zell_map_ctx *ctx, zell_datatree *root, const char *path,
-                                                  const char *ns, const char *data, const zell_datatree *op_source,
-                                                  zell_datatree **out_child, int32_t indexed) noexcept {
-    return zell_map_datatree_add_path_common_flagged(ctx, root, path, ns, data, op_source, out_child, indexed, 0);
+                                                  const char *ns, const char *data,
+                                                  const zell_datatree *op_source, zell_datatree **out_child,
+                                                  int32_t indexed) noexcept {
+    return zell_map_datatree_add_path_common_flagged(ctx, root, path, ns, data, op_source, out_child, indexed,
+                                                     0);
 }
 
 zell_map_status zell_map_datatree_add_path_flagged(zell_map_ctx *ctx, zell_datatree *root, const char *path,
-                                                   const char *ns, const char *data, const zell_datatree *op_source,
-                                                   zell_datatree **out_child, int32_t indexed,
-                                                   uint32_t flags) noexcept {
+                                                   const char *ns, const char *data,
+                                                   const zell_datatree *op_source, zell_datatree **out_child,
+                                                   int32_t indexed, uint32_t flags) noexcept {
     const Log log(ctx, __func__);
     ZELL_LOG(log, TRC, "Start");
     const zell_map_request *request = ctx != nullptr ? ctx->request : nullptr;
     // The filter is asked before the arguments are checked (a NULL path is skipped).
-    if (filter_applies(request, flags) && zell_map_dfs_filter_schema(ctx, request->datatree, path, indexed) != 1) {
+    if (filter_applies(request, flags) &&
+        zell_map_dfs_filter_schema(ctx, request->datatree, path, indexed) != 1) {
         ZELL_LOG(log, TRC, "'%s' skipped", path);
         return ZELL_MAP_OK;
     }
@@ -109,14 +112,14 @@ zell_map_status zell_map_datatree_add_path_flagged(zell_map_ctx *ctx, zell_datat
         if (status == ZELL_MAP_ERR_NOT_FOUND)
             return status;
     }
-    const zell_map_status status =
-        zell_map_datatree_add_path_common_flagged(ctx, root, path, ns, data, op_source, out_child, indexed, flags);
+    const zell_map_status status = zell_map_datatree_add_path_common_flagged(
+        ctx, root, path, ns, data, op_source, out_child, indexed, flags);
     ZELL_LOG(log, TRC, "End");
     return status;
 }
 
-zell_map_status zell_map_datatree_add_path(zell_map_ctx *ctx, zell_datatree *root, const char *path, const char *ns,
-                                           const char *data, const zell_datatree *op_source,
+zell_map_status zell_map_datatree_add_path(zell_map_ctx *ctx, zell_datatree *root, const char *path,
+                                           const char *ns, const char *data, const zell_datatree *op_source,
                                            zell_datatree **out_child, int32_t indexed) noexcept {
     return zell_map_datatree_add_path_flagged(ctx, root, path, ns, data, op_source, out_child, indexed, 0);
 }

@@ -2,6 +2,7 @@
 // of a path, handing out a child array, and the last child of a path's end
 // node. The direct-child lookup lives in subtree_lookup_child.cpp.
 #include "log.h"
+#include "path_copy.h"
 #include "memory.h"
 #include "node.h"
 #include "tag_walk.h"
@@ -10,8 +11,8 @@ using namespace zell::map;
 
 extern "C" {
 
-zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_datatree *tree, const char *path,
-                                                  int32_t *count) noexcept {
+zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_datatree *tree,
+                                                  const char *path, int32_t *count) noexcept {
     const Log log(ctx, __func__);
     ZELL_LOG(log, TRC, "Start");
     if (tree == nullptr || path == nullptr || count == nullptr) {
@@ -23,11 +24,9 @@ zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_OK;
     }
-    OwnedString copy = copy_string(path, "ZELL MAP get subtree num");
-    if (!copy) {
-        ZELL_LOG(log, ERR, "Failed to copy path string!");
+    OwnedString copy = copy_path(log, path, "ZELL MAP get subtree num");
+    if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    }
     ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
 
     zell_map_status status = ZELL_MAP_OK;
@@ -57,8 +56,8 @@ zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_
     return status;
 }
 
-zell_map_status zell_map_get_subtrees(zell_map_ctx *ctx, const zell_datatree *tree, zell_datatree **out_subtrees,
-                                      int32_t *out_count) noexcept {
+zell_map_status zell_map_get_subtrees(zell_map_ctx *ctx, const zell_datatree *tree,
+                                      zell_datatree **out_subtrees, int32_t *out_count) noexcept {
     const Log log(ctx, __func__);
     if (tree == nullptr || out_subtrees == nullptr || out_count == nullptr) {
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
