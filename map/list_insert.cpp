@@ -20,9 +20,8 @@ bool holds_key_leaf(const zell_datatree &instance, const char *key_name, const c
 
 zell_datatree *existing_instance(const Log &log, const zell_datatree &parent, const char *list_tag,
                                  const char *ns, const char *key_name, const char *key_value) noexcept {
-    constexpr uint32_t kNamed = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
     for (zell_datatree &child : children(parent)) {
-        if ((child.presence & kNamed) != kNamed || !same(child.tag, list_tag) || !same(child.ns, ns))
+        if (!is_named(child, list_tag, ns))
             continue;
         ZELL_LOG(log, TRC, "List node '%s' found. Now checking the key.", list_tag);
         if (holds_key_leaf(child, key_name, key_value)) {

@@ -10,14 +10,6 @@ using namespace zell::map;
 
 namespace {
 
-// An existing child that a non-indexed insertion of (tag, ns) can land on.
-bool matches_existing(const zell_datatree &child, const char *tag, const char *ns, uint32_t flags) noexcept {
-    constexpr uint32_t kNamed = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
-    if ((child.presence & kNamed) != kNamed || !same(child.tag, tag))
-        return false;
-    return (flags & ZELL_MAP_FLAG_IGNORE_NS) != 0 || same(child.ns, ns);
-}
-
 // Gives a reused child the new value; the old value is released even when
 // the copy fails, so the child never keeps a stale one.
 zell_map_status reuse_child(const Log &log, zell_datatree &child, const char *data) noexcept {
@@ -103,7 +95,7 @@ zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag
         if (!indexed) {
             const zell_datatree *numbered = nullptr;
             for (zell_datatree &child : children(parent)) {
-                if (!matches_existing(child, tag, ns, flags))
+                if (!is_named(child, tag, ns, (flags & ZELL_MAP_FLAG_IGNORE_NS) != 0))
                     continue;
                 ZELL_LOG(log, TRC, "Subtree node '%s' found. No need to add it.", tag);
                 if (out_child != nullptr)

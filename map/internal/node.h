@@ -34,6 +34,14 @@ constexpr bool claims_missing_children(const zell_datatree &node) noexcept {
     return has(node, ZELL_DATATREE_HAS_SUBTREES) && node.n_subtrees != 0 && node.subtrees == nullptr;
 }
 
+// A child with both its tag and namespace bits set, tagged tag and, unless
+// any_ns, in namespace ns: the child an insertion of (tag, ns) lands on.
+inline bool is_named(const zell_datatree &child, const char *tag, const char *ns,
+                     bool any_ns = false) noexcept {
+    constexpr uint32_t kNamed = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
+    return (child.presence & kNamed) == kNamed && same(child.tag, tag) && (any_ns || same(child.ns, ns));
+}
+
 constexpr bool is_key_leaf(const zell_datatree &node) noexcept {
     return has(node, ZELL_DATATREE_HAS_IS_KEY);
 }
