@@ -1,7 +1,6 @@
 // Data namespaces: setting one on the node a path names, and
 // checking a node against the namespace a request expects.
 #include "log.h"
-#include "path_copy.h"
 #include "memory.h"
 #include "node.h"
 #include "tag_walk.h"
@@ -51,13 +50,12 @@ zell_map_status zell_map_datatree_add_data_ns(zell_map_ctx *ctx, zell_datatree *
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_ERR_NOT_FOUND;
     }
-    OwnedString copy = copy_path(log, path, "ZELL MAP get subtree num");
-    if (!copy)
+    const PathWalk found = walk_path(log, *tree, path);
+    if (!found.copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
+    const TagWalk &walk = found.walk;
 
     zell_map_status status = ZELL_MAP_ERR_NOT_FOUND;
-    const TagWalk walk = walk_tags(log, *tree, copy.get());
     if (walk.end == TagWalk::End::NoComponent) {
         status = ZELL_MAP_OK;
     } else if (walk.end == TagWalk::End::Reached && walk.descents > 0) {
@@ -65,7 +63,6 @@ zell_map_status zell_map_datatree_add_data_ns(zell_map_ctx *ctx, zell_datatree *
         ZELL_LOG(log, TRC, "Found path '%s' in the datatree", path);
         status = set_data_ns(log, *const_cast<zell_datatree *>(walk.node), data_ns);
     }
-    copy.reset();
     if (status == ZELL_MAP_ERR_NOT_FOUND) {
         ZELL_LOG(log, ERR, "Can't find path '%s' in the datatree!", path);
         ZELL_LOG(log, ERR, "Asserting ...");

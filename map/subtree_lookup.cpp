@@ -2,7 +2,6 @@
 // of a path, handing out a child array, and the last child of a path's end
 // node. The direct-child lookup lives in subtree_lookup_child.cpp.
 #include "log.h"
-#include "path_copy.h"
 #include "memory.h"
 #include "node.h"
 #include "tag_walk.h"
@@ -24,13 +23,12 @@ zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_OK;
     }
-    OwnedString copy = copy_path(log, path, "ZELL MAP get subtree num");
-    if (!copy)
+    const PathWalk found = walk_path(log, *tree, path);
+    if (!found.copy)
         return ZELL_MAP_ERR_NO_MEMORY;
-    ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
+    const TagWalk &walk = found.walk;
 
     zell_map_status status = ZELL_MAP_OK;
-    const TagWalk walk = walk_tags(log, *tree, copy.get());
     switch (walk.end) {
     case TagWalk::End::NoComponent:
         break;
@@ -51,7 +49,6 @@ zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_
         status = ZELL_MAP_ERR_NOT_FOUND;
         break;
     }
-    copy.reset();
     ZELL_LOG(log, TRC, "End");
     return status;
 }

@@ -1,9 +1,12 @@
 #include "tag_walk.h"
 
 #include "node.h"
+#include "path_copy.h"
 #include "path_split.h"
 
 namespace zell::map {
+
+namespace {
 
 TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcept {
     PathCutter cutter(copy);
@@ -37,6 +40,17 @@ TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcep
         node = match;
         component = next;
     }
+}
+
+} // namespace
+
+PathWalk walk_path(const Log &log, const zell_datatree &tree, const char *path) noexcept {
+    PathWalk result{copy_path(log, path, "ZELL MAP get subtree num"), {}};
+    if (!result.copy)
+        return result;
+    ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
+    result.walk = walk_tags(log, tree, result.copy.get());
+    return result;
 }
 
 } // namespace zell::map

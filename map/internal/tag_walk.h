@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "log.h"
+#include "memory.h"
 #include "zell_map_common.h"
 
 namespace zell::map {
@@ -26,8 +27,17 @@ struct TagWalk {
     int32_t descents;          // how many children the walk descended into
 };
 
-// Walks the writable copy (cut in place). Traces "Checking node '%s'" and
-// "Checking subtrees of node '%s'" for every component it descends from.
-TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcept;
+// A walk over a private copy of the caller's path; the walk's component
+// points into the copy, which lives as long as this result.
+struct PathWalk {
+    OwnedString copy; // empty when the path could not be copied: no walk was made
+    TagWalk walk;
+};
+
+// Copies path under the memory tag "ZELL MAP get subtree num" (ERR "Failed
+// to copy path string!" when it cannot), traces "Searching subtrees of path
+// '%s'", and walks the copy, tracing "Checking node '%s'" and "Checking
+// subtrees of node '%s'" for every component it descends from.
+PathWalk walk_path(const Log &log, const zell_datatree &tree, const char *path) noexcept;
 
 } // namespace zell::map
