@@ -27,7 +27,7 @@ check() {
     status=1
   fi
 }
-check "$build/libzell_map_common.so" ZELL_MAP_API "$root/map/zell_map_common.h" "$root/map/conv/zell_map_data_conv.h"
+check "$build/libzell_map_common.so" ZELL_MAP_API "$root"/map/*/zell_map_*.h
 check "$build/libzell_platform_host.so" ZELL_PLATFORM_API "$root/platform/zell_platform.h" "$root/platform/host/zell_host.h"
 [ $status -eq 0 ] && echo "exports match the headers"
 exit $status

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <span>
 
-#include "zell_map_common.h"
+#include "zell_map_types.h"
 #include "zell_platform.h"
 
 namespace {

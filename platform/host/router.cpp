@@ -5,7 +5,7 @@
 #include <span>
 
 #include "zell_host.h"
-#include "zell_map_common.h"
+#include "zell_map_types.h"
 #include "host_internal.h"
 
 namespace {

@@ -1,0 +1,101 @@
+// Sweep phase of response filtering: walks the marked response depth first
+// on a work stack, releases the children the mark phase did not keep and
+// closes the gaps in place.
+#include <string_view>
+#include <utility>
+
+#include "core/memory.h"
+#include "filter/response_filter.h"
+#include "zell_map_filter.h"
+
+using namespace zell::map;
+
+namespace {
+
+constexpr int32_t kRootLevel = 1;
+// Top-level containers that are answered whole, whatever the marks inside.
+constexpr int32_t kTopLevel = 2;
+constexpr std::string_view kUnsweptTopLevel[] = {"routing-policy", "bgp"};
+
+bool is_unswept_top_level(const zell_datatree &node, int32_t level) noexcept {
+    if (level != kTopLevel || !has(node, ZELL_DATATREE_HAS_TAG) || node.tag == nullptr)
+        return false;
+    for (std::string_view tag : kUnsweptTopLevel)
+        if (tag == node.tag)
+            return true;
+    return false;
+}
+
+// Releases the children that were not kept; the response root never loses
+// a child. Returns whether any child was dropped.
+bool drop_unmarked(zell_datatree &node, int32_t level) noexcept {
+    bool dropped = false;
+    for (zell_datatree &child : children(node)) {
+        if (kept_by_sweep(child))
+            continue;
+        dropped = true;
+        if (level > kRootLevel)
+            reset_node(child);
+    }
+    return dropped;
+}
+
+} // namespace
+
+extern "C" {
+
+uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) noexcept {
+    if (ctx == nullptr || root == nullptr)
+        return 0;
+    run_mark_walk(
+        [&](rask_queue *stack) { return zell_map_dfs_sweep_stack_push(ctx, stack, root, kRootLevel); },
+        [&](rask_queue *stack, zell_map_dfs_mark_elem *element) {
+            return zell_map_dfs_process_sweep(ctx, stack, element);
+        });
+    return 0;
+}
+
+uint32_t zell_map_dfs_process_sweep(zell_map_ctx *ctx, rask_queue *stack,
+                                    zell_map_dfs_mark_elem *element) noexcept {
+    if (element == nullptr || element->node == nullptr)
+        return 0;
+    zell_datatree &node = *element->node;
+    const int32_t level = element->level;
+    if (!has(node, ZELL_DATATREE_HAS_SUBTREES) || is_unswept_top_level(node, level) ||
+        marked(node, ZELL_DATATREE_MARK_KA))
+        return 1;
+    if (drop_unmarked(node, level) && level > kRootLevel)
+        (void)zell_map_datatree_remove_null_subtrees(ctx, &node);
+    // Compaction is done before any child is pushed, so no pushed element
+    // points at a slot that moves later.
+    for (zell_datatree &child : children(node))
+        if (marked(child, ZELL_DATATREE_MARK_KN))
+            (void)zell_map_dfs_sweep_stack_push(ctx, stack, &child, level + 1);
+    return 1;
+}
+
+uint32_t zell_map_datatree_remove_null_subtrees(zell_map_ctx *, zell_datatree *node) noexcept {
+    if (node == nullptr)
+        return 0;
+    const auto slots = children(*node);
+    int32_t removed = 0;
+    size_t free_slot = 0; // meaningful once removed > 0
+    for (size_t i = 0; i < slots.size(); ++i) {
+        zell_datatree &child = slots[i];
+        if (!has(child, ZELL_DATATREE_HAS_TAG)) {
+            reset_node(child);
+            if (removed++ == 0)
+                free_slot = i;
+        } else if (removed > 0) {
+            // The record's bytes move; its old slot becomes an empty record.
+            slots[free_slot++] = std::exchange(child, zell_datatree{});
+        }
+    }
+    if (removed > 0) {
+        node->presence |= ZELL_DATATREE_HAS_SUBTREES;
+        node->n_subtrees -= removed;
+    }
+    return 0;
+}
+
+} // extern "C"

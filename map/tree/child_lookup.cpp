@@ -1,0 +1,33 @@
+// The shared lookup of one direct child by tag, value or namespace. It sits
+// under the key comparison of the mark phase and the list search, so it
+// allocates nothing and never logs.
+#include "core/node.h"
+#include "zell_map_tree.h"
+
+using namespace zell::map;
+
+extern "C" zell_map_status zell_map_datatree_get_subtree(const zell_datatree *tree, zell_datatree **out,
+                                                         const char *tag, const char *data,
+                                                         const char *ns) noexcept {
+    if (tree == nullptr || !has(*tree, ZELL_DATATREE_HAS_SUBTREES))
+        return ZELL_MAP_ERR_INVALID_ARG;
+    if (claims_missing_children(*tree))
+        return ZELL_MAP_ERR_NOT_FOUND;
+    for (zell_datatree &child : children(*tree)) {
+        if (child.tag == nullptr)
+            return ZELL_MAP_ERR_INVALID_ARG;
+        if (!same(child.tag, tag))
+            continue;
+        if (data != nullptr) {
+            if (!has(child, ZELL_DATATREE_HAS_DATA) || !same(child.data, data))
+                continue;
+        } else if (ns != nullptr && !same(child.ns, ns)) {
+            // The first child of the tag decides the namespace question.
+            return ZELL_MAP_ERR_INVALID_ARG;
+        }
+        if (out != nullptr)
+            *out = &child;
+        return ZELL_MAP_OK;
+    }
+    return ZELL_MAP_ERR_INVALID_ARG;
+}
