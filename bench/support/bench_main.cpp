@@ -15,6 +15,7 @@ namespace zell::bench {
 namespace {
 
 long g_max_n = 0; // 0: each benchmark's own sizes
+bool g_failed = false;
 
 constexpr long kOneIterationFrom = 100'000;
 
@@ -67,6 +68,7 @@ HeapReading read_heap() {
 }
 
 void fail(benchmark::State &state, const std::string &why) {
+    g_failed = true;
     state.SkipWithError(why.c_str());
 }
 
@@ -80,7 +82,7 @@ int run_main(int argc, char **argv, const std::function<void()> &register_fn, co
     benchmark::Shutdown();
     if (after)
         after();
-    return 0;
+    return g_failed ? 1 : 0;
 }
 
 } // namespace zell::bench

@@ -74,11 +74,12 @@ struct HeapReading {
 };
 HeapReading read_heap();
 
-// Marks the benchmark as failed (its figures are not reported) with why.
+// Marks the benchmark as failed (its figures are not reported) with why;
+// the program then exits with status 1.
 void fail(benchmark::State &state, const std::string &why);
 
 // Parses --max_n, registers through register_fn, runs the benchmarks and
-// then calls after (may be empty).
+// then calls after (may be empty). Returns the program's exit status.
 int run_main(int argc, char **argv, const std::function<void()> &register_fn,
              const std::function<void()> &after = {});
 
