@@ -84,6 +84,15 @@ void record(benchmark::State &state, const std::string &name, long n, double sec
     g_figures[name][n] = seconds / (static_cast<double>(state.iterations()) * units);
 }
 
+// A filter that left other nodes than it names is flagged in the counter
+// kept_ok and in the table.
+std::map<std::string, std::map<long, bool>> g_wrong;
+
+void kept_ok(benchmark::State &state, const std::string &name, long n, bool ok) {
+    state.counters["kept_ok"] = ok ? 1 : 0;
+    g_wrong[name][n] = g_wrong[name][n] || !ok;
+}
+
 using OurBuilder = zell_map_status (*)(zell_map_ctx &, zell_datatree &, const Workload &);
 using PeerBuilder = lyd_node *(peer::Library::*)(const Workload &) const;
 
@@ -138,7 +147,8 @@ void filter_ours(benchmark::State &state, long n, FilterKind kind) {
         });
         total += clock.seconds();
         clock.finish(state);
-        state.counters["kept_ok"] = count_nodes(*response.bgp()) == expected_nodes_after(kind, w);
+        kept_ok(state, std::string("Filter/zell:") + name_of(kind), n,
+                count_nodes(*response.bgp()) == expected_nodes_after(kind, w));
     }
     per_unit(state, "per_entry", static_cast<double>(n));
     record(state, std::string("Filter/zell:") + name_of(kind), n, total, static_cast<double>(n));
@@ -155,7 +165,8 @@ void filter_peer(benchmark::State &state, long n, FilterKind kind) {
         lyd_node *kept = clock.time([&] { return library().filter(response, filter); });
         total += clock.seconds();
         clock.finish(state);
-        state.counters["kept_ok"] = kept != nullptr && peer::count_nodes(kept) == expected_nodes_after(kind, w);
+        kept_ok(state, std::string("Filter/libyang:") + name_of(kind), n,
+                kept != nullptr && peer::count_nodes(kept) == expected_nodes_after(kind, w));
         peer::free_tree(kept);
     }
     per_unit(state, "per_entry", static_cast<double>(n));
@@ -263,8 +274,11 @@ void print_ratios() {
             const auto theirs = g_figures[row.theirs].find(n);
             if (theirs == g_figures[row.theirs].end())
                 continue;
-            std::printf("| %s | %ld | %s | %s | %.2f |\n", row.what, n, format_figure(ours, row.time).c_str(),
-                        format_figure(theirs->second, row.time).c_str(), ours / theirs->second);
+            const char *wrong = g_wrong[row.ours][n] ? " (zell kept the wrong nodes)"
+                                : g_wrong[row.theirs][n] ? " (libyang kept the wrong nodes)"
+                                                         : "";
+            std::printf("| %s | %ld | %s | %s | %.2f%s |\n", row.what, n, format_figure(ours, row.time).c_str(),
+                        format_figure(theirs->second, row.time).c_str(), ours / theirs->second, wrong);
         }
     }
 }

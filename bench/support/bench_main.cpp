@@ -17,8 +17,6 @@ namespace {
 long g_max_n = 0; // 0: each benchmark's own sizes
 bool g_failed = false;
 
-constexpr long kOneIterationFrom = 100'000;
-
 // Takes our flags out of argv before Google Benchmark sees it.
 void parse_flags(int &argc, char **argv) {
     constexpr std::string_view kMaxN = "--max_n=";
@@ -42,7 +40,7 @@ void add_benchmark(const std::string &name, Sizes sizes, const BenchFn &fn) {
             continue;
         auto *b = benchmark::RegisterBenchmark(name.c_str(), [fn, n](benchmark::State &state) { fn(state, n); });
         b->Arg(n)->UseManualTime()->Unit(benchmark::kMillisecond);
-        if (n >= kOneIterationFrom)
+        if (n >= sizes.one_iteration_from)
             b->Iterations(1);
     }
 }

@@ -20,17 +20,19 @@ inline constexpr long kSizes[] = {100, 1'000, 10'000, 100'000, 1'000'000};
 
 // The sizes a benchmark runs at: every size of kSizes from `from` to `to`.
 // `to` is what today's code finishes within a minute or so, or what fits
-// in memory; --max_n=N on the command line replaces every `to` by N.
+// in memory; --max_n=N on the command line replaces every `to` by N. From
+// `one_iteration_from` on a size runs one iteration: a tree of that size
+// holds millions of nodes, so one iteration already averages over them.
 struct Sizes {
     long from = kSizes[0];
     long to = kSizes[3];
+    long one_iteration_from = kSizes[3];
 };
 
 using BenchFn = std::function<void(benchmark::State &, long n)>;
 
 // Registers fn as "name/N" at each size, timed manually (IterationClock),
-// in milliseconds. From 10^5 on a size runs one iteration: a tree of that
-// size holds millions of nodes, so one iteration already averages over them.
+// in milliseconds.
 void add_benchmark(const std::string &name, Sizes sizes, const BenchFn &fn);
 
 // The workload of n neighbors, made once and kept for the next benchmark.
