@@ -2,6 +2,7 @@
 // each of its filters keeps exactly what it names. The benchmarks compare
 // figures across builders and against a peer library only on that basis.
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,19 @@ TEST_F(BenchWorkload, EveryBuilderMakesTheSameResponse) {
             }
         }
     }
+}
+
+// Neighbors are found and filtered by address: no two may share one.
+TEST(BenchWorkloadValues, AddressesAreUniqueAcrossOctetBoundaries) {
+    const Workload w(70'000, Shape::Flat);
+    const std::pair<long, const char *> cases[] = {
+        {0, "10.0.0.1"}, {254, "10.0.0.255"}, {255, "10.0.1.0"}, {65'535, "10.1.0.0"}, {69'999, "10.1.17.112"}};
+    for (const auto &[i, address] : cases)
+        EXPECT_STREQ(w.address(i), address) << i;
+    std::set<std::string> seen;
+    for (long i = 0; i < w.neighbors(); ++i)
+        seen.insert(w.address(i));
+    EXPECT_EQ(static_cast<long>(seen.size()), w.neighbors());
 }
 
 // The neighbor addresses and the outline of the first kept entry, marks left out.
