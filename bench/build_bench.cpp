@@ -116,7 +116,7 @@ void lookup(benchmark::State &state, long n) {
                                             kNs);
             });
             if (status != ZELL_MAP_OK || found == nullptr || found->subtree_index != i + 1)
-                fail(state, "wrong neighbor found for " + std::string(w.address(i)));
+                return fail(state, "wrong neighbor found for " + std::string(w.address(i)));
         }
         calls += zell_host_allocation_calls() - before;
         clock.finish(state);
