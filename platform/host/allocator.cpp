@@ -41,6 +41,7 @@ static_assert(sizeof(Header) % alignof(std::max_align_t) == 0);
 TagSlot g_slots[kTagSlots];
 TagSlot g_overflow_slot;
 std::atomic<long> g_live{0};
+std::atomic<unsigned long> g_calls{0};
 std::atomic<long> g_fail_countdown{0};
 
 bool same_tag(const char *a, const char *b) noexcept {
@@ -85,6 +86,7 @@ constexpr bool too_large(std::size_t size) noexcept {
 }
 
 void count_in(TagSlot &slot, std::size_t size) noexcept {
+    g_calls.fetch_add(1, std::memory_order_relaxed);
     g_live.fetch_add(1, std::memory_order_relaxed);
     slot.live.fetch_add(1, std::memory_order_relaxed);
     slot.live_bytes.fetch_add(size, std::memory_order_relaxed);
@@ -135,6 +137,7 @@ void *rask_named_realloc(void *block, size_t size) noexcept {
     auto *header = static_cast<Header *>(std::realloc(old_header, sizeof(Header) + size));
     if (header == nullptr)
         return nullptr;
+    g_calls.fetch_add(1, std::memory_order_relaxed);
     TagSlot &slot = *header->slot;
     if (size > old_size) {
         slot.live_bytes.fetch_add(size - old_size, std::memory_order_relaxed);
@@ -179,6 +182,20 @@ void zell_host_fail_nth_alloc(long n) noexcept {
 
 long zell_host_live_allocations(void) noexcept {
     return g_live.load(std::memory_order_relaxed);
+}
+
+unsigned long zell_host_allocation_calls(void) noexcept {
+    return g_calls.load(std::memory_order_relaxed);
+}
+
+size_t zell_host_live_bytes(void) noexcept {
+    std::size_t bytes = g_overflow_slot.live_bytes.load(std::memory_order_relaxed);
+    for (const TagSlot &slot : g_slots) {
+        if (slot.tag.load(std::memory_order_acquire) == nullptr)
+            break;
+        bytes += slot.live_bytes.load(std::memory_order_relaxed);
+    }
+    return bytes;
 }
 
 long zell_host_live_by_tag(const char *tag) noexcept {

@@ -9,6 +9,7 @@
 #ifndef ZELL_HOST_H
 #define ZELL_HOST_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "zell_platform.h"
@@ -33,6 +34,20 @@ ZELL_PLATFORM_API void zell_host_fail_nth_alloc(long n) ZELL_PLATFORM_NOEXCEPT;
 
 /** Blocks handed out by the allocator and not yet released. */
 ZELL_PLATFORM_API long zell_host_live_allocations(void) ZELL_PLATFORM_NOEXCEPT;
+
+/**
+ * Bytes requested in the blocks counted by zell_host_live_allocations(), at
+ * their current sizes (after realloc). The allocator's own per-block
+ * bookkeeping and the C library's overhead are not included.
+ */
+ZELL_PLATFORM_API size_t zell_host_live_bytes(void) ZELL_PLATFORM_NOEXCEPT;
+
+/**
+ * Allocation calls that succeeded since the process started: every block
+ * handed out (calloc, strdup, gpb alloc, realloc of NULL) and every resize
+ * of a block by realloc. Never reset; take differences.
+ */
+ZELL_PLATFORM_API unsigned long zell_host_allocation_calls(void) ZELL_PLATFORM_NOEXCEPT;
 
 /**
  * Receives every finished line that reaches a log filter (@p handle is the

@@ -27,6 +27,29 @@ TEST_F(PlatformTest, ArmedFailureHitsTheNthAllocationOfAnyKindOnce) {
     }
 }
 
+// The live byte count follows every block at its current size, whatever its tag;
+// the call count grows by one for each allocation or resize that succeeds.
+TEST_F(PlatformTest, LiveBytesFollowEachBlockThroughReallocAndFree) {
+    const std::size_t base = zell_host_live_bytes();
+    const unsigned long calls = zell_host_allocation_calls();
+    void *a = rask_named_calloc_(3, 10, "T one", 0);
+    char *s = zell_strdup("hello", "T two");
+    void *g = zell_gpb_alloc(7, 0);
+    EXPECT_EQ(zell_host_live_bytes(), base + 30 + 6 + 7);
+    for (const std::size_t size : {100u, 4u, 30u}) {
+        a = rask_named_realloc(a, size);
+        EXPECT_EQ(zell_host_live_bytes(), base + size + 6 + 7) << size;
+    }
+    EXPECT_EQ(zell_host_allocation_calls(), calls + 6) << "three blocks, three resizes";
+    zell_host_fail_nth_alloc(1);
+    EXPECT_EQ(rask_named_realloc(a, 1000), nullptr);
+    EXPECT_EQ(zell_host_live_bytes(), base + 30 + 6 + 7) << "a failed realloc keeps the block";
+    for (void *block : {a, static_cast<void *>(s), g})
+        rask_named_free(block);
+    EXPECT_EQ(zell_host_live_bytes(), base);
+    EXPECT_EQ(zell_host_allocation_calls(), calls + 6) << "failures and frees are no calls";
+}
+
 TEST(BoundedStrings, FollowTheirConstraintsAndNeverWritePastTheBound) {
     // fn c: strcpy_s, a: strcat_s, n: zell_safe_strncpy; size: dmax or dst_size; after nullptr: untouched
     const std::tuple<char, const char *, std::size_t, const char *, std::size_t, const char *, bool> cases[] =
