@@ -83,8 +83,10 @@ ZELL_MAP_API zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatr
  * operation.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG for NULL arguments as zell_map_search_list;
- *         ZELL_MAP_ERR_NOT_FOUND when the search itself failed (nothing is
- *         added) or the list context cannot be opened;
+ *         ZELL_MAP_ERR_NOT_FOUND when ctx or its request is NULL (nothing is
+ *         searched or added), when the search itself failed (nothing is
+ *         added) or when the list context cannot be opened (the instance
+ *         stays added);
  *         ZELL_MAP_ERR_NO_MEMORY when the key path cannot be allocated
  *         (ERR "Failed to allocate for key path!"; nothing is added);
  *         otherwise the status of inserting the instance (then no key leaf
