@@ -101,8 +101,10 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
  * @param[in] filter_root  The request's filter tree, its top container;
  *                         NULL: nothing is done.
  * @param[in,out] data_root The response's top container; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that pair's
- *         subtree unmarked (the root's: nothing marked). Key values are
+ * @return 0 always. A failed work-element allocation, or a work stack
+ *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending pairs,
+ *         leaves that pair's subtree unmarked (the root's: nothing marked),
+ *         so the sweep removes it. Key values are
  *         compared only on filter entries typed as list entries whose key
  *         leaves are flagged as keys (zell_map_filter_add_list_entry(),
  *         zell_map_filter_add_key()); otherwise the key value is ignored
@@ -159,9 +161,10 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
  *
  * @param[in] ctx      Request context; NULL: nothing is done.
  * @param[in,out] root The marked response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that node's
- *         subtree unswept (the root's: the tree untouched). Moving survivors
- *         allocates nothing.
+ * @return 0 always. A failed work-element allocation, or a work stack
+ *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending nodes,
+ *         leaves that node's subtree unswept (the root's: the tree
+ *         untouched). Moving survivors allocates nothing.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) ZELL_MAP_NOEXCEPT;
 /**

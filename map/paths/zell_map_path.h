@@ -20,7 +20,10 @@ extern "C" {
  * Inserts the slash-separated @p path under @p root itself: each component
  * is found or added (as zell_map_datatree_add_subtree_flagged), the last
  * gets @p data, @p op_source and @p indexed. With the request's xpath_mode
- * set, the path is first recorded and skipped when already covered.
+ * set, the path is first recorded and skipped when already covered. The
+ * table holds ZELL_MAP_XPATH_MAX (20) paths of up to 249 characters: with
+ * the table full a path is inserted unrecorded (ERR "Path table full, '%s'
+ * not recorded"); a longer path counts as covered and is not inserted.
  * @return ZELL_MAP_OK (also when nothing is to insert);
  *         ZELL_MAP_ERR_INVALID_ARG when root, path or ns is NULL;
  *         ZELL_MAP_ERR_NO_MEMORY when the path copy or a component fails
