@@ -6,6 +6,25 @@
 
 using namespace zell::map;
 
+namespace {
+
+// Adds the child by subtree insertion, then lets stamp give it its type.
+template <typename Stamp>
+zell_map_status add_typed(zell_map_ctx *ctx, zell_datatree *parent, const char *tag, const char *ns,
+                          const char *data, int32_t indexed, zell_datatree **out, Stamp stamp) noexcept {
+    zell_datatree *child = nullptr;
+    const zell_map_status status =
+        zell_map_datatree_add_subtree(ctx, parent, tag, ns, data, nullptr, &child, indexed);
+    if (status != ZELL_MAP_OK)
+        return status;
+    stamp(*child);
+    if (out != nullptr)
+        *out = child;
+    return ZELL_MAP_OK;
+}
+
+} // namespace
+
 extern "C" {
 
 zell_map_status zell_map_filter_add_list_entry(zell_map_ctx *ctx, zell_datatree *parent, const char *list_tag,
@@ -15,17 +34,12 @@ zell_map_status zell_map_filter_add_list_entry(zell_map_ctx *ctx, zell_datatree 
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    zell_datatree *entry = nullptr;
     // Numbered: a filter may name several instances of one list side by side.
-    const zell_map_status status =
-        zell_map_datatree_add_subtree(ctx, parent, list_tag, ns, nullptr, nullptr, &entry, 1);
-    if (status != ZELL_MAP_OK)
-        return status;
-    entry->type_info.node_type = ZELL_DATATREE_NODE_LIST_ENTRY;
-    entry->type_info.presence |= ZELL_DATATREE_TYPE_INFO_HAS_NODE_TYPE;
-    entry->presence |= ZELL_DATATREE_HAS_TYPE_INFO;
-    *out_entry = entry;
-    return ZELL_MAP_OK;
+    return add_typed(ctx, parent, list_tag, ns, nullptr, 1, out_entry, [](zell_datatree &entry) {
+        entry.type_info.node_type = ZELL_DATATREE_NODE_LIST_ENTRY;
+        entry.type_info.presence |= ZELL_DATATREE_TYPE_INFO_HAS_NODE_TYPE;
+        entry.presence |= ZELL_DATATREE_HAS_TYPE_INFO;
+    });
 }
 
 zell_map_status zell_map_filter_add_key(zell_map_ctx *ctx, zell_datatree *entry, const char *key_name,
@@ -35,16 +49,10 @@ zell_map_status zell_map_filter_add_key(zell_map_ctx *ctx, zell_datatree *entry,
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    zell_datatree *key = nullptr;
-    const zell_map_status status =
-        zell_map_datatree_add_subtree(ctx, entry, key_name, ns, key_value, nullptr, &key, 0);
-    if (status != ZELL_MAP_OK)
-        return status;
-    key->is_key = 1;
-    key->presence |= ZELL_DATATREE_HAS_IS_KEY;
-    if (out_key != nullptr)
-        *out_key = key;
-    return ZELL_MAP_OK;
+    return add_typed(ctx, entry, key_name, ns, key_value, 0, out_key, [](zell_datatree &key) {
+        key.is_key = 1;
+        key.presence |= ZELL_DATATREE_HAS_IS_KEY;
+    });
 }
 
 } // extern "C"
