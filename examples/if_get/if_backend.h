@@ -2,7 +2,7 @@
  *
  *   interfaces
  *     interface*            keyed by name
- *       name, config/{name,mtu,enabled}, state/{name,oper-status}
+ *       name, config/{name,mtu,enabled}, state/oper-status
  *       subinterfaces
  *         subinterface*     keyed by index
  *           index, config/{index,description}, state/{index,oper-status}
