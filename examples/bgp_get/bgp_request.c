@@ -151,7 +151,7 @@ static int answer(request_state *s, const char *filter_path, unsigned flags, int
         status = zell_map_filter_subtree(ctx, filter, data);
     if (status != ZELL_MAP_OK) {
         const char *db_error = bgp_db_error(s->db);
-        return db_error[0] != '\0' ? bgp_request_fail("%s", db_error) : bgp_request_fail("cannot answer: status 0x%08x", (unsigned)status);
+        return db_error[0] != '\0' ? bgp_request_fail("%s", db_error) : bgp_request_fail("cannot answer: %s", zell_map_status_str(status));
     }
     if (flags & BGP_REQUEST_OUTLINE) {
         status = zell_map_print_subtrees(data, 0, 0);
