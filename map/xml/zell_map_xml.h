@@ -115,8 +115,11 @@ typedef int (*zell_map_xml_sink)(void *user, const char *bytes, size_t size);
  * node without ns below one with), attributes named "{uri}local" under a
  * prefix declared on the element that first needs it, data as escaped
  * text. With ZELL_MAP_XML_INDENT the output ends in a newline. Reading the
- * output back gives the same tree (tag, ns, data, attributes, children).
- * Only fields with their presence bit set are written.
+ * output back gives the same tree (tag, ns, data, attributes, children)
+ * when its text is UTF-8 without control characters other than tab, line
+ * feed and carriage return (others are written as they are). Only fields
+ * with their presence bit set are written; the data of a node with
+ * children is not.
  *
  * @param[in] ctx   Request context for the ERR line; NULL: nothing is logged.
  * @param[in] node  The tree; not changed.
