@@ -45,9 +45,6 @@
 extern "C" {
 #endif
 
-/** The input is not XML the reader accepts (see above). */
-#define ZELL_MAP_ERR_XML ((zell_map_status)0xaaf2f200u)
-
 /** Deepest element nesting a reader accepts; the document element is depth 1. */
 #define ZELL_MAP_XML_DEPTH_MAX 128
 
