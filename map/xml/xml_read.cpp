@@ -29,7 +29,13 @@ constexpr const char *kTreeTag = "ZELL XML tree";
 // Never substitute entities, load a DTD or touch the network.
 constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOXINCNODE | XML_PARSE_COMPACT;
 
-// An element being read: its node, its finished children and its text.
+// Child arrays up to this many records are copied out of their level's
+// buffer, which the next element at that depth reuses; a longer one takes
+// the buffer itself, so no buffer outgrows the widest small level.
+constexpr int32_t kReusedKids = 256;
+
+// An element being read: its node, its finished children (in a buffer of
+// its depth's slot) and its text.
 struct Open {
     zell_datatree node;
     zell_datatree *kids;
@@ -152,7 +158,11 @@ zell_map_status Reader::start_element() noexcept {
     Open *open = open_.push();
     if (open == nullptr)
         return no_memory();
+    zell_datatree *kids = open->kids; // the depth's buffer stays
+    const int32_t kid_capacity = open->kid_capacity;
     *open = Open{};
+    open->kids = kids;
+    open->kid_capacity = kid_capacity;
     open->empty = xmlTextReaderIsEmptyElement(reader_) == 1;
     zell_datatree &node = open->node;
     node.tag = zell_strdup(reinterpret_cast<const char *>(xmlTextReaderConstLocalName(reader_)), kTreeTag);
@@ -210,12 +220,19 @@ zell_map_status Reader::end_element() noexcept {
     Open &open = open_.top();
     zell_datatree &node = open.node;
     if (open.n_kids > 0) {
-        // The array keeps only what it holds; a failed shrink keeps the larger block.
-        if (open.n_kids < open.kid_capacity) {
-            if (void *block = rask_named_realloc(open.kids, open.n_kids * sizeof(zell_datatree)); block != nullptr)
-                open.kids = static_cast<zell_datatree *>(block);
+        const auto n = static_cast<size_t>(open.n_kids);
+        if (open.n_kids <= kReusedKids) {
+            node.subtrees = static_cast<zell_datatree *>(rask_named_calloc_(n, sizeof(zell_datatree), kTreeTag, 0));
+            if (node.subtrees == nullptr)
+                return no_memory();
+            std::memcpy(static_cast<void *>(node.subtrees), open.kids, n * sizeof(zell_datatree));
+        } else {
+            // The array keeps only what it holds; a failed shrink keeps the larger block.
+            void *block = rask_named_realloc(open.kids, n * sizeof(zell_datatree));
+            node.subtrees = static_cast<zell_datatree *>(block != nullptr ? block : open.kids);
+            open.kids = nullptr;
+            open.kid_capacity = 0;
         }
-        node.subtrees = std::exchange(open.kids, nullptr);
         node.n_subtrees = std::exchange(open.n_kids, 0);
         node.presence |= ZELL_DATATREE_HAS_SUBTREES;
         rask_named_free(std::exchange(open.text, nullptr));
@@ -225,7 +242,6 @@ zell_map_status Reader::end_element() noexcept {
             return no_memory();
         node.presence |= ZELL_DATATREE_HAS_DATA;
     }
-    open.kid_capacity = 0;
     open.text_size = 0;
     if (open_.size() == 1) {
         document_ = node;
