@@ -57,6 +57,23 @@ void release(Open &open) noexcept {
 
 class Reader {
   public:
+    // Input from a descriptor: libxml2 sees a failed read as the end of the
+    // input (it would print its own message for an error), the reader keeps errno.
+    static int read_fd(void *self, char *buffer, int size) noexcept {
+        auto *reader = static_cast<Reader *>(self);
+        for (;;) {
+            const ssize_t n = ::read(reader->fd_, buffer, static_cast<size_t>(size));
+            if (n >= 0) {
+                reader->bytes_read_ += static_cast<size_t>(n);
+                return static_cast<int>(n);
+            }
+            if (errno != EINTR) {
+                reader->io_error_ = errno;
+                return 0;
+            }
+        }
+    }
+
     Reader(zell_map_ctx *ctx, const char *name, zell_map_xml_error *error) noexcept
         : log_(ctx, "zell_map_xml_read"), name_(name), error_(error), open_("ZELL XML frames") {}
     Reader(const Reader &) = delete;
@@ -71,7 +88,8 @@ class Reader {
 
     void attach(xmlTextReaderPtr reader) noexcept {
         reader_ = reader;
-        xmlTextReaderSetStructuredErrorHandler(reader_, on_error, this);
+        if (reader_ != nullptr)
+            xmlTextReaderSetStructuredErrorHandler(reader_, on_error, this);
     }
 
     zell_map_status run(zell_datatree &parent) noexcept;
@@ -88,10 +106,16 @@ class Reader {
     }
 
   private:
+    // A failed read of the input shows up as a parse error next; the read's
+    // own error is the one reported.
     static void on_error(void *self, xmlErrorPtr error) noexcept {
-        if (error != nullptr && error->level >= XML_ERR_ERROR)
-            static_cast<Reader *>(self)->refuse(ZELL_MAP_ERR_XML, error->line,
-                                                error->message != nullptr ? error->message : "malformed XML");
+        auto *reader = static_cast<Reader *>(self);
+        if (reader->io_error_ != 0)
+            reader->refuse(ZELL_MAP_ERR_NOT_FOUND, 0, std::strerror(reader->io_error_));
+        else if (reader->fd_ >= 0 && reader->bytes_read_ == 0) // as libxml2 words it for an empty buffer
+            reader->refuse(ZELL_MAP_ERR_XML, 1, "Document is empty");
+        else if (error != nullptr && error->level >= XML_ERR_ERROR)
+            reader->refuse(ZELL_MAP_ERR_XML, error->line, error->message != nullptr ? error->message : "malformed XML");
     }
     int line() const noexcept { return xmlTextReaderGetParserLineNumber(reader_); }
     zell_map_status no_memory() noexcept { return refuse(ZELL_MAP_ERR_NO_MEMORY, line(), "out of memory"); }
@@ -110,6 +134,11 @@ class Reader {
     zell_datatree document_{};
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
+
+  public:
+    int fd_ = -1;
+    int io_error_ = 0;
+    size_t bytes_read_ = 0;
 };
 
 zell_map_status Reader::check_encoding() noexcept {
@@ -298,6 +327,8 @@ zell_map_status Reader::run(zell_datatree &parent) noexcept {
         if (st != ZELL_MAP_OK)
             return st;
     }
+    if (io_error_ != 0)
+        return refuse(ZELL_MAP_ERR_NOT_FOUND, 0, std::strerror(io_error_));
     if (!has(document_, ZELL_DATATREE_HAS_TAG))
         return refuse(ZELL_MAP_ERR_XML, line(), "no document element");
     if (append_child(parent, document_) != ZELL_MAP_OK)
@@ -306,10 +337,15 @@ zell_map_status Reader::run(zell_datatree &parent) noexcept {
     return ZELL_MAP_OK;
 }
 
+// Reads from size bytes at buffer, or from fd when buffer is NULL.
 zell_map_status read_with(zell_map_ctx *ctx, const char *name, zell_datatree *parent, zell_map_xml_error *error,
-                          xmlTextReaderPtr (*open)(const void *source, const char *name), const void *source) noexcept {
+                          const char *buffer, size_t size, int fd) noexcept {
+    xmlInitParser();
     Reader reader(ctx, name, error);
-    reader.attach(open(source, name));
+    reader.fd_ = fd;
+    reader.attach(buffer != nullptr
+                      ? xmlReaderForMemory(buffer, static_cast<int>(size), name, "UTF-8", kParseOptions)
+                      : xmlReaderForIO(Reader::read_fd, nullptr, &reader, name, "UTF-8", kParseOptions));
     return reader.run(*parent);
 }
 
@@ -362,24 +398,6 @@ void report(zell_map_xml_error *error, int line, const char *message) noexcept {
 
 using namespace zell::map::xml;
 
-namespace {
-
-struct Memory {
-    const char *buffer;
-    size_t size;
-};
-
-xmlTextReaderPtr open_memory(const void *source, const char *name) {
-    const auto *memory = static_cast<const Memory *>(source);
-    return xmlReaderForMemory(memory->buffer, static_cast<int>(memory->size), name, "UTF-8", kParseOptions);
-}
-
-xmlTextReaderPtr open_fd(const void *source, const char *name) {
-    return xmlReaderForFd(*static_cast<const int *>(source), name, "UTF-8", kParseOptions);
-}
-
-} // namespace
-
 extern "C" {
 
 zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const char *name, const char *buffer, size_t size,
@@ -387,9 +405,7 @@ zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const char *name, co
     report(error, 0, "");
     if (buffer == nullptr || parent == nullptr || size > INT_MAX)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
-    const Memory memory{buffer, size};
-    return read_with(ctx, name != nullptr ? name : "memory", parent, error, open_memory, &memory);
+    return read_with(ctx, name != nullptr ? name : "memory", parent, error, buffer, size, -1);
 }
 
 zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd, zell_datatree *parent,
@@ -397,8 +413,7 @@ zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd
     report(error, 0, "");
     if (fd < 0 || parent == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
-    return read_with(ctx, name != nullptr ? name : "stream", parent, error, open_fd, &fd);
+    return read_with(ctx, name != nullptr ? name : "stream", parent, error, nullptr, 0, fd);
 }
 
 zell_map_status zell_map_xml_read_file(zell_map_ctx *ctx, const char *path, zell_datatree *parent,

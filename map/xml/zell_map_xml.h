@@ -87,7 +87,9 @@ ZELL_MAP_API zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const c
  * pipe or socket) to its end; the descriptor stays open and the caller's.
  * @p name (NULL: "stream") names the input in messages.
  * @return as zell_map_xml_read_file; ZELL_MAP_ERR_NOT_FOUND when reading
- *         the descriptor fails; ZELL_MAP_ERR_INVALID_ARG also for fd < 0.
+ *         the descriptor fails (a directory, a closed descriptor; the
+ *         message is the system's, the line 0); ZELL_MAP_ERR_INVALID_ARG
+ *         also for fd < 0.
  */
 ZELL_MAP_API zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd, zell_datatree *parent,
                                                   zell_map_xml_error *error) ZELL_MAP_NOEXCEPT;

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "tree_builder.h"
@@ -216,6 +218,17 @@ TEST_F(Xml, FilesAndDescriptors) {
     zell_map_xml_error error{};
     EXPECT_EQ(zell_map_xml_read_file(&ctx, path, again.get(), &error), ZELL_MAP_ERR_NOT_FOUND);
     EXPECT_TRUE(Logged("ERR", "zell_map_xml_read_file", std::string(path) + ":0: " + error.message));
+
+    // A descriptor that cannot be read, and one at its end at once.
+    const int directory = open("/tmp", O_RDONLY | O_DIRECTORY);
+    EXPECT_EQ(zell_map_xml_read_fd(&ctx, "dir", directory, again.get(), &error), ZELL_MAP_ERR_NOT_FOUND);
+    close(directory);
+    EXPECT_TRUE(Logged("ERR", "zell_map_xml_read", std::string("dir:0: ") + std::strerror(EISDIR)));
+    const int empty = open("/dev/null", O_RDONLY);
+    EXPECT_EQ(zell_map_xml_read_fd(&ctx, "empty", empty, again.get(), &error), ZELL_MAP_ERR_XML);
+    close(empty);
+    EXPECT_TRUE(Logged("ERR", "zell_map_xml_read", "empty:1: Document is empty"));
+    EXPECT_EQ(describe(again.node), "a(b=1)") << "a failed read changed the parent";
 }
 
 TEST_F(Xml, BadArgumentsAndTreesThatCannotBeWritten) {
