@@ -112,7 +112,8 @@ typedef int (*zell_map_xml_sink)(void *user, const char *bytes, size_t size);
  * declaration: tag as the element's name, its namespace declared as the
  * default namespace wherever it differs from the parent's (xmlns="" for a
  * node without ns below one with), attributes named "{uri}local" under a
- * prefix declared on the element that first needs it, data as escaped
+ * prefix declared on the element that first needs it ("{}local" is in no
+ * namespace, like "local"), data as escaped
  * text. With ZELL_MAP_XML_INDENT the output ends in a newline. Reading the
  * output back gives the same tree (tag, ns, data, attributes, children)
  * when its text is UTF-8 without control characters other than tab, line
@@ -126,7 +127,8 @@ typedef int (*zell_map_xml_sink)(void *user, const char *bytes, size_t size);
  * @param[in] sink  Receives the bytes; @p user is handed to it.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG for a NULL node or sink, or a node
- *         (the root or any below it) without a tag;
+ *         (the root or any below it) without a tag or with a tag or an
+ *         attribute's local name that is not an XML name;
  *         ZELL_MAP_ERR_NOT_FOUND when the sink stopped the writer;
  *         ZELL_MAP_ERR_NO_MEMORY when an allocation failed.
  *         On an error the sink may have received part of the output.

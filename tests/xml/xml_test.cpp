@@ -253,6 +253,27 @@ TEST_F(Xml, BadArgumentsAndTreesThatCannotBeWritten) {
     }
 }
 
+TEST_F(Xml, AttributeNamesAreCheckedAndAnEmptyNamespaceIsNone) {
+    const struct {
+        const char *name, *written;
+    } cases[] = {
+        {"{}x", "<a x=\"1\"/>"},
+        {"{urn:t}x", "<a xmlns:a1=\"urn:t\" a1:x=\"1\"/>"},
+        {"bad name", "<ZELL_MAP_ERR_INVALID_ARG>"},
+        {"{urn:t}1x", "<ZELL_MAP_ERR_INVALID_ARG>"},
+        {"{urn:t}", "<ZELL_MAP_ERR_INVALID_ARG>"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        Tree t;
+        ASSERT_EQ(read_xml(t.node, "<a x='1'/>"), ZELL_MAP_OK);
+        zell_datatree_pair &pair = t->subtrees[0].attributes[0];
+        rask_named_free(pair.name);
+        pair.name = owned(c.name);
+        EXPECT_EQ(write_xml(t->subtrees[0]), c.written);
+    }
+}
+
 TEST_F(Xml, ASinkThatStopsEndsTheWrite) {
     Tree t;
     fill(t.node, N("r", {V("x", "1")}));
