@@ -103,15 +103,22 @@ TEST_F(Xml, IndentedOutputPutsOneElementPerLine) {
 }
 
 TEST_F(Xml, WrittenTreesReadBackTheSame) {
-    const char *documents[] = {
+    std::string deep; // indented deeper than one run of spaces
+    for (int i = 0; i < 40; ++i)
+        deep += "<d" + std::to_string(i % 3) + (i % 2 ? " xmlns='urn:odd'>" : ">");
+    deep += "leaf";
+    for (int i = 39; i >= 0; --i)
+        deep += "</d" + std::to_string(i % 3) + ">";
+    const std::string documents[] = {
+        deep,
         "<a xmlns='urn:1'><b xmlns='urn:2'><c xmlns=''>x</c></b><d>  spaced  </d><e></e><f/></a>",
         "<a xmlns:t='urn:t' xmlns:u='urn:u' t:x='&lt;1&gt;' u:x='\t2\n' x='3'><b t:y='' xml:lang='en'/></a>",
         "<a>&amp;&lt;]]&gt;\r\n\xc3\xa9 \" '</a>",
         "<l xmlns='urn:l'><e><k>1</k><v>a</v></e><e><k>2</k><v>b</v></e><e><k>3</k></e></l>",
     };
-    for (const char *xml : documents) {
+    for (const std::string &xml : documents) {
         for (const bool indent : {false, true}) {
-            SCOPED_TRACE(std::string(xml) + (indent ? " indented" : ""));
+            SCOPED_TRACE(xml + (indent ? " indented" : ""));
             Tree first, second;
             ASSERT_EQ(read_xml(first.node, xml), ZELL_MAP_OK);
             const std::string written = write_xml(first->subtrees[0], indent);
