@@ -340,7 +340,7 @@ zell_map_status Reader::run(zell_datatree &parent) noexcept {
 // Reads from size bytes at buffer, or from fd when buffer is NULL.
 zell_map_status read_with(zell_map_ctx *ctx, const char *name, zell_datatree *parent, zell_map_xml_error *error,
                           const char *buffer, size_t size, int fd) noexcept {
-    xmlInitParser();
+    init_libxml2();
     Reader reader(ctx, name, error);
     reader.fd_ = fd;
     reader.attach(buffer != nullptr
@@ -378,6 +378,11 @@ zell_map_status append_child(zell_datatree &parent, zell_datatree &child) noexce
     parent.presence |= ZELL_DATATREE_HAS_SUBTREES;
     child = zell_datatree{};
     return ZELL_MAP_OK;
+}
+
+void init_libxml2() noexcept {
+    static const bool initialised = (xmlInitParser(), true);
+    (void)initialised;
 }
 
 void report(zell_map_xml_error *error, int line, const char *message) noexcept {

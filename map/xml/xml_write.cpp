@@ -275,7 +275,7 @@ zell_map_status zell_map_xml_write(zell_map_ctx *ctx, const zell_datatree *node,
     const zell::map::Log log(ctx, "zell_map_xml_write");
     if (node == nullptr || sink == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
+    init_libxml2();
     SinkState state{sink, user, false};
     xmlOutputBufferPtr out = xmlOutputBufferCreateIO(to_sink, nullptr, &state, nullptr);
     if (out == nullptr) {
