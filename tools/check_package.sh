@@ -21,7 +21,7 @@ quiet() { # runs a command, showing its output only when it fails
 install_library() { # kind (static|shared), shared flag
   quiet cmake -S "$root" -B "$work/lib-$1" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS="$2" \
     -DZELL_MAP_BUILD_TESTS=OFF -DZELL_MAP_BUILD_EXAMPLES=OFF -DCMAKE_INSTALL_PREFIX="$work/prefix-$1"
-  quiet cmake --build "$work/lib-$1" -j2 --target zell_map_common zell_platform_host
+  quiet cmake --build "$work/lib-$1" -j2 --target zell_map_common zell_map_xml zell_platform_host zell-filter
   quiet cmake --install "$work/lib-$1"
 }
 
@@ -29,31 +29,37 @@ find_package_consumer() { # kind
   quiet cmake -S "$consumer" -B "$work/find-$1" -DCMAKE_PREFIX_PATH="$work/prefix-$1"
   quiet cmake --build "$work/find-$1"
   "$work/find-$1/consumer"
+  "$work/find-$1/xml_consumer"
 }
 
-pkg_config_consumer() { # kind, extra pkg-config flags
+pkg_config_consumer() { # kind, extra pkg-config flags, package, program
   local prefix=$work/prefix-$1
   local libdir
-  libdir=$(dirname "$(find "$prefix" -name zell_map_common.pc)")
+  libdir=$(dirname "$(find "$prefix" -name "$3.pc")")
   local flags
-  flags=$(PKG_CONFIG_PATH="$libdir" pkg-config $2 --cflags --libs zell_map_common)
+  flags=$(PKG_CONFIG_PATH="$libdir" pkg-config $2 --cflags --libs "$3")
   # shellcheck disable=SC2086
-  cc -std=c11 "$consumer/consumer.c" $flags -o "$work/pc-$1"
-  LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-$1"
+  cc -std=c11 "$consumer/$4.c" $flags -o "$work/pc-$4-$1"
+  LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-$4-$1"
 }
 
 install_library static OFF
 find_package_consumer static
-pkg_config_consumer static --static
+pkg_config_consumer static --static zell_map_common consumer
+# libxml2 comes in through Requires.private.
+pkg_config_consumer static --static zell_map_xml xml_consumer
+"$work"/prefix-static/bin/zell-filter "$root/tests/filter/data/users-data.xml" >/dev/null
 
 install_library shared ON
 find_package_consumer shared
-pkg_config_consumer shared ""
+pkg_config_consumer shared "" zell_map_common consumer
+pkg_config_consumer shared "" zell_map_xml xml_consumer
 # The shared library names its major version and carries the runtime itself.
 readelf -d "$work"/prefix-shared/lib*/libzell_map_common.so | grep -q 'SONAME.*libzell_map_common\.so\.0\]'
 readelf -d "$work"/prefix-shared/lib*/libzell_map_common.so | grep -q 'NEEDED.*libstdc++\|NEEDED.*libc++'
 
 quiet cmake -S "$consumer" -B "$work/subdir" -DZELL_CONSUMER_SUBDIR="$root"
-quiet cmake --build "$work/subdir" -j2 --target consumer
+quiet cmake --build "$work/subdir" -j2 --target consumer xml_consumer
 "$work/subdir/consumer"
+"$work/subdir/xml_consumer"
 echo "package checks passed"

@@ -255,6 +255,53 @@ ZELL_MAP_API zell_map_status zell_map_get_subtree_from_key(zell_map_ctx *ctx, co
                                                            const char *path, const char *data,
                                                            void *spare) ZELL_MAP_NOEXCEPT;
 
+/* ======================================================================== */
+/* Subtree filtering in place                                               */
+/* ======================================================================== */
+
+/**
+ * Cuts @p response down to what the NETCONF subtree filter @p filter
+ * selects, releasing everything else. The children of @p filter are the
+ * filter's top-level nodes, matched against the children of @p response
+ * (the top-level data nodes); the two roots' own tags and attributes are
+ * not looked at. A filter node matches a data node with its tag, in its
+ * namespace when it has one (any namespace when not), carrying each of its
+ * attributes (name and value; "{uri}local" names a namespaced one). By the
+ * filter node's children:
+ *  - none, no text (after trimming XML whitespace): a selection node, the
+ *    data node is kept whole;
+ *  - none, with text: a content-match node; it keeps the data nodes it
+ *    matches whose data equals that text exactly;
+ *  - child elements: a containment node. It applies to a data node only
+ *    when each of its content-match children matches one of the data
+ *    node's children; then, when those are all it has, the data node is
+ *    kept whole, otherwise the data node keeps just the children its
+ *    filter children keep (the matching content-match children included)
+ *    and is dropped when none is kept.
+ * Several filter nodes that match one data node (several subtrees, several
+ * entries for one list) keep the union of what each keeps; kept children
+ * stay in their order. Top-level filter nodes apply each on its own. An
+ * empty filter (no children) leaves the response without children; a
+ * filter node that matches nothing keeps nothing.
+ *
+ * Walks level by level without recursion, allocating per level, never per
+ * node; never logs. Kept children move to the front of their parent's
+ * array, which is released when nothing is kept and may shrink when most of
+ * a large one is dropped. Marks are neither read nor written.
+ *
+ * @param[in] ctx          Request context; not used, may be NULL.
+ * @param[in] filter       The filter; only read. NULL: no filter, the
+ *                         response is left whole.
+ * @param[in,out] response The response root.
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_INVALID_ARG for a NULL response;
+ *         ZELL_MAP_ERR_NO_MEMORY when the walk's frames could not grow: the
+ *         response is then a valid tree holding at least what the filter
+ *         selects.
+ */
+ZELL_MAP_API zell_map_status zell_map_filter_subtree(zell_map_ctx *ctx, zell_datatree *filter,
+                                                     zell_datatree *response) ZELL_MAP_NOEXCEPT;
+
 #ifdef __cplusplus
 }
 #endif
