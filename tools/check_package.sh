@@ -32,30 +32,28 @@ find_package_consumer() { # kind
   "$work/find-$1/xml_consumer"
 }
 
-pkg_config_consumer() { # kind, extra pkg-config flags
+pkg_config_consumer() { # kind, extra pkg-config flags, package, program
   local prefix=$work/prefix-$1
   local libdir
-  libdir=$(dirname "$(find "$prefix" -name zell_map_common.pc)")
+  libdir=$(dirname "$(find "$prefix" -name "$3.pc")")
   local flags
-  flags=$(PKG_CONFIG_PATH="$libdir" pkg-config $2 --cflags --libs zell_map_common)
+  flags=$(PKG_CONFIG_PATH="$libdir" pkg-config $2 --cflags --libs "$3")
   # shellcheck disable=SC2086
-  cc -std=c11 "$consumer/consumer.c" $flags -o "$work/pc-$1"
-  LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-$1"
-  # libxml2 comes in through Requires.private.
-  flags=$(PKG_CONFIG_PATH="$libdir" pkg-config $2 --cflags --libs zell_map_xml)
-  # shellcheck disable=SC2086
-  cc -std=c11 "$consumer/xml_consumer.c" $flags -o "$work/pc-xml-$1"
-  LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-xml-$1"
+  cc -std=c11 "$consumer/$4.c" $flags -o "$work/pc-$4-$1"
+  LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-$4-$1"
 }
 
 install_library static OFF
 find_package_consumer static
-pkg_config_consumer static --static
-"$work/prefix-static/bin/zell-filter" "$root/tests/filter/data/users-data.xml" >/dev/null
+pkg_config_consumer static --static zell_map_common consumer
+# libxml2 comes in through Requires.private.
+pkg_config_consumer static --static zell_map_xml xml_consumer
+"$work"/prefix-static/bin/zell-filter "$root/tests/filter/data/users-data.xml" >/dev/null
 
 install_library shared ON
 find_package_consumer shared
-pkg_config_consumer shared ""
+pkg_config_consumer shared "" zell_map_common consumer
+pkg_config_consumer shared "" zell_map_xml xml_consumer
 # The shared library names its major version and carries the runtime itself.
 readelf -d "$work"/prefix-shared/lib*/libzell_map_common.so | grep -q 'SONAME.*libzell_map_common\.so\.0\]'
 readelf -d "$work"/prefix-shared/lib*/libzell_map_common.so | grep -q 'NEEDED.*libstdc++\|NEEDED.*libc++'

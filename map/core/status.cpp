@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::array<std::pair<zell_map_status, const char *>, 5> kStatusText = {{
+constexpr std::array<std::pair<zell_map_status, const char *>, 6> kStatusText = {{
     {ZELL_MAP_OK, "ZELL_MAP_OK: success (also when there was nothing to do)"},
     {ZELL_MAP_ERR_NOT_FOUND,
      "ZELL_MAP_ERR_NOT_FOUND: something looked for is absent (a path component, child, key, list context or "
@@ -17,6 +17,9 @@ constexpr std::array<std::pair<zell_map_status, const char *>, 5> kStatusText = 
     {ZELL_MAP_ERR_NO_MEMORY, "ZELL_MAP_ERR_NO_MEMORY: an allocation or string copy failed, or a table is full"},
     {ZELL_MAP_ERR_NS_MISMATCH,
      "ZELL_MAP_ERR_NS_MISMATCH: a node's data namespace is missing or differs from the expected one"},
+    {ZELL_MAP_ERR_XML,
+     "ZELL_MAP_ERR_XML: XML input refused: malformed, not UTF-8, a document type declaration, mixed content "
+     "or nesting too deep"},
 }};
 
 } // namespace

@@ -44,6 +44,8 @@ typedef uint32_t zell_map_status;
 #define ZELL_MAP_ERR_NO_MEMORY ((zell_map_status)0xaaf2a400u)
 /** A node's data namespace is missing or differs from the expected one. */
 #define ZELL_MAP_ERR_NS_MISMATCH ((zell_map_status)0xaaf2e600u)
+/** XML input refused: malformed, not UTF-8, a DTD, mixed content, too deep (zell_map_xml.h). */
+#define ZELL_MAP_ERR_XML ((zell_map_status)0xaaf2f200u)
 
 /**
  * Name and one-line meaning of @p status, for log and error messages:

@@ -29,7 +29,13 @@ constexpr const char *kTreeTag = "ZELL XML tree";
 // Never substitute entities, load a DTD or touch the network.
 constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOXINCNODE | XML_PARSE_COMPACT;
 
-// An element being read: its node, its finished children and its text.
+// Child arrays up to this many records are copied out of their level's
+// buffer, which the next element at that depth reuses; a longer one takes
+// the buffer itself, so no buffer outgrows the widest small level.
+constexpr int32_t kReusedKids = 256;
+
+// An element being read: its node, its finished children (in a buffer of
+// its depth's slot) and its text.
 struct Open {
     zell_datatree node;
     zell_datatree *kids;
@@ -51,6 +57,23 @@ void release(Open &open) noexcept {
 
 class Reader {
   public:
+    // Input from a descriptor: libxml2 sees a failed read as the end of the
+    // input (it would print its own message for an error), the reader keeps errno.
+    static int read_fd(void *self, char *buffer, int size) noexcept {
+        auto *reader = static_cast<Reader *>(self);
+        for (;;) {
+            const ssize_t n = ::read(reader->fd_, buffer, static_cast<size_t>(size));
+            if (n >= 0) {
+                reader->bytes_read_ += static_cast<size_t>(n);
+                return static_cast<int>(n);
+            }
+            if (errno != EINTR) {
+                reader->io_error_ = errno;
+                return 0;
+            }
+        }
+    }
+
     Reader(zell_map_ctx *ctx, const char *name, zell_map_xml_error *error) noexcept
         : log_(ctx, "zell_map_xml_read"), name_(name), error_(error), open_("ZELL XML frames") {}
     Reader(const Reader &) = delete;
@@ -65,7 +88,8 @@ class Reader {
 
     void attach(xmlTextReaderPtr reader) noexcept {
         reader_ = reader;
-        xmlTextReaderSetStructuredErrorHandler(reader_, on_error, this);
+        if (reader_ != nullptr)
+            xmlTextReaderSetStructuredErrorHandler(reader_, on_error, this);
     }
 
     zell_map_status run(zell_datatree &parent) noexcept;
@@ -82,10 +106,16 @@ class Reader {
     }
 
   private:
+    // A failed read of the input shows up as a parse error next; the read's
+    // own error is the one reported.
     static void on_error(void *self, xmlErrorPtr error) noexcept {
-        if (error != nullptr && error->level >= XML_ERR_ERROR)
-            static_cast<Reader *>(self)->refuse(ZELL_MAP_ERR_XML, error->line,
-                                                error->message != nullptr ? error->message : "malformed XML");
+        auto *reader = static_cast<Reader *>(self);
+        if (reader->io_error_ != 0)
+            reader->refuse(ZELL_MAP_ERR_NOT_FOUND, 0, std::strerror(reader->io_error_));
+        else if (reader->fd_ >= 0 && reader->bytes_read_ == 0) // as libxml2 words it for an empty buffer
+            reader->refuse(ZELL_MAP_ERR_XML, 1, "Document is empty");
+        else if (error != nullptr && error->level >= XML_ERR_ERROR)
+            reader->refuse(ZELL_MAP_ERR_XML, error->line, error->message != nullptr ? error->message : "malformed XML");
     }
     int line() const noexcept { return xmlTextReaderGetParserLineNumber(reader_); }
     zell_map_status no_memory() noexcept { return refuse(ZELL_MAP_ERR_NO_MEMORY, line(), "out of memory"); }
@@ -104,6 +134,11 @@ class Reader {
     zell_datatree document_{};
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
+
+  public:
+    int fd_ = -1;
+    int io_error_ = 0;
+    size_t bytes_read_ = 0;
 };
 
 zell_map_status Reader::check_encoding() noexcept {
@@ -152,7 +187,11 @@ zell_map_status Reader::start_element() noexcept {
     Open *open = open_.push();
     if (open == nullptr)
         return no_memory();
+    zell_datatree *kids = open->kids; // the depth's buffer stays
+    const int32_t kid_capacity = open->kid_capacity;
     *open = Open{};
+    open->kids = kids;
+    open->kid_capacity = kid_capacity;
     open->empty = xmlTextReaderIsEmptyElement(reader_) == 1;
     zell_datatree &node = open->node;
     node.tag = zell_strdup(reinterpret_cast<const char *>(xmlTextReaderConstLocalName(reader_)), kTreeTag);
@@ -210,12 +249,19 @@ zell_map_status Reader::end_element() noexcept {
     Open &open = open_.top();
     zell_datatree &node = open.node;
     if (open.n_kids > 0) {
-        // The array keeps only what it holds; a failed shrink keeps the larger block.
-        if (open.n_kids < open.kid_capacity) {
-            if (void *block = rask_named_realloc(open.kids, open.n_kids * sizeof(zell_datatree)); block != nullptr)
-                open.kids = static_cast<zell_datatree *>(block);
+        const auto n = static_cast<size_t>(open.n_kids);
+        if (open.n_kids <= kReusedKids) {
+            node.subtrees = static_cast<zell_datatree *>(rask_named_calloc_(n, sizeof(zell_datatree), kTreeTag, 0));
+            if (node.subtrees == nullptr)
+                return no_memory();
+            std::memcpy(static_cast<void *>(node.subtrees), open.kids, n * sizeof(zell_datatree));
+        } else {
+            // The array keeps only what it holds; a failed shrink keeps the larger block.
+            void *block = rask_named_realloc(open.kids, n * sizeof(zell_datatree));
+            node.subtrees = static_cast<zell_datatree *>(block != nullptr ? block : open.kids);
+            open.kids = nullptr;
+            open.kid_capacity = 0;
         }
-        node.subtrees = std::exchange(open.kids, nullptr);
         node.n_subtrees = std::exchange(open.n_kids, 0);
         node.presence |= ZELL_DATATREE_HAS_SUBTREES;
         rask_named_free(std::exchange(open.text, nullptr));
@@ -225,7 +271,6 @@ zell_map_status Reader::end_element() noexcept {
             return no_memory();
         node.presence |= ZELL_DATATREE_HAS_DATA;
     }
-    open.kid_capacity = 0;
     open.text_size = 0;
     if (open_.size() == 1) {
         document_ = node;
@@ -282,6 +327,8 @@ zell_map_status Reader::run(zell_datatree &parent) noexcept {
         if (st != ZELL_MAP_OK)
             return st;
     }
+    if (io_error_ != 0)
+        return refuse(ZELL_MAP_ERR_NOT_FOUND, 0, std::strerror(io_error_));
     if (!has(document_, ZELL_DATATREE_HAS_TAG))
         return refuse(ZELL_MAP_ERR_XML, line(), "no document element");
     if (append_child(parent, document_) != ZELL_MAP_OK)
@@ -290,10 +337,15 @@ zell_map_status Reader::run(zell_datatree &parent) noexcept {
     return ZELL_MAP_OK;
 }
 
+// Reads from size bytes at buffer, or from fd when buffer is NULL.
 zell_map_status read_with(zell_map_ctx *ctx, const char *name, zell_datatree *parent, zell_map_xml_error *error,
-                          xmlTextReaderPtr (*open)(const void *source, const char *name), const void *source) noexcept {
+                          const char *buffer, size_t size, int fd) noexcept {
+    init_libxml2();
     Reader reader(ctx, name, error);
-    reader.attach(open(source, name));
+    reader.fd_ = fd;
+    reader.attach(buffer != nullptr
+                      ? xmlReaderForMemory(buffer, static_cast<int>(size), name, "UTF-8", kParseOptions)
+                      : xmlReaderForIO(Reader::read_fd, nullptr, &reader, name, "UTF-8", kParseOptions));
     return reader.run(*parent);
 }
 
@@ -328,6 +380,11 @@ zell_map_status append_child(zell_datatree &parent, zell_datatree &child) noexce
     return ZELL_MAP_OK;
 }
 
+void init_libxml2() noexcept {
+    static const bool initialised = (xmlInitParser(), true);
+    (void)initialised;
+}
+
 void report(zell_map_xml_error *error, int line, const char *message) noexcept {
     if (error == nullptr)
         return;
@@ -346,24 +403,6 @@ void report(zell_map_xml_error *error, int line, const char *message) noexcept {
 
 using namespace zell::map::xml;
 
-namespace {
-
-struct Memory {
-    const char *buffer;
-    size_t size;
-};
-
-xmlTextReaderPtr open_memory(const void *source, const char *name) {
-    const auto *memory = static_cast<const Memory *>(source);
-    return xmlReaderForMemory(memory->buffer, static_cast<int>(memory->size), name, "UTF-8", kParseOptions);
-}
-
-xmlTextReaderPtr open_fd(const void *source, const char *name) {
-    return xmlReaderForFd(*static_cast<const int *>(source), name, "UTF-8", kParseOptions);
-}
-
-} // namespace
-
 extern "C" {
 
 zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const char *name, const char *buffer, size_t size,
@@ -371,9 +410,7 @@ zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const char *name, co
     report(error, 0, "");
     if (buffer == nullptr || parent == nullptr || size > INT_MAX)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
-    const Memory memory{buffer, size};
-    return read_with(ctx, name != nullptr ? name : "memory", parent, error, open_memory, &memory);
+    return read_with(ctx, name != nullptr ? name : "memory", parent, error, buffer, size, -1);
 }
 
 zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd, zell_datatree *parent,
@@ -381,8 +418,7 @@ zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd
     report(error, 0, "");
     if (fd < 0 || parent == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
-    return read_with(ctx, name != nullptr ? name : "stream", parent, error, open_fd, &fd);
+    return read_with(ctx, name != nullptr ? name : "stream", parent, error, nullptr, 0, fd);
 }
 
 zell_map_status zell_map_xml_read_file(zell_map_ctx *ctx, const char *path, zell_datatree *parent,

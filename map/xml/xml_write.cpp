@@ -74,7 +74,7 @@ class Writer {
   private:
     void raw(std::string_view text) noexcept { xmlOutputBufferWrite(out_, static_cast<int>(text.size()), text.data()); }
     bool attribute_value(const char *value) noexcept;
-    bool attribute(const zell_datatree_pair &pair) noexcept;
+    zell_map_status attribute(const zell_datatree_pair &pair) noexcept;
     zell_map_status start(const zell_datatree &node, const char *parent_ns) noexcept;
     void prefix_name(size_t number) noexcept {
         char name[24];
@@ -104,50 +104,53 @@ bool Writer::attribute_value(const char *value) noexcept {
     return true;
 }
 
-bool Writer::attribute(const zell_datatree_pair &pair) noexcept {
+// "{uri}local" under a prefix bound to uri (declared here when none is in
+// scope), "{}local" and "local" in no namespace.
+zell_map_status Writer::attribute(const zell_datatree_pair &pair) noexcept {
     if (pair.name == nullptr)
-        return true;
-    const std::string_view name = pair.name;
-    const size_t close = name.find('}');
-    if (name.starts_with('{') && close != std::string_view::npos) {
-        const std::string_view uri = name.substr(1, close - 1);
-        const std::string_view local = name.substr(close + 1);
-        if (uri == kXmlNamespace) {
-            raw(" xml:");
-        } else {
-            const Prefix *bound = nullptr;
-            for (size_t i = prefixes_.size(); i > 0 && bound == nullptr; --i) {
-                if (std::string_view(prefixes_[i - 1].uri, prefixes_[i - 1].uri_size) == uri)
-                    bound = &prefixes_[i - 1];
-            }
-            if (bound == nullptr) {
-                Prefix *prefix = prefixes_.push();
-                if (prefix == nullptr)
-                    return false;
-                *prefix = {name.data() + 1, uri.size(), prefixes_.size()};
-                raw(" xmlns:");
-                prefix_name(prefix->number);
-                // The value is the uri alone: copy it out of "{uri}local".
-                char *value = static_cast<char *>(rask_named_calloc_(uri.size() + 1, 1, "ZELL XML prefix", 0));
-                if (value == nullptr)
-                    return false;
-                std::memcpy(value, uri.data(), uri.size());
-                const bool ok = attribute_value(value);
-                rask_named_free(value);
-                if (!ok)
-                    return false;
-                bound = prefix;
-            }
-            raw(" ");
-            prefix_name(bound->number);
-            raw(":");
-        }
-        raw(local);
-    } else {
-        raw(" ");
-        raw(name);
+        return ZELL_MAP_OK;
+    std::string_view name = pair.name;
+    std::string_view uri;
+    if (const size_t close = name.find('}'); name.starts_with('{') && close != std::string_view::npos) {
+        uri = name.substr(1, close - 1);
+        name.remove_prefix(close + 1);
     }
-    return attribute_value(pair.value != nullptr ? pair.value : "");
+    if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.data()), 0) != 0)
+        return ZELL_MAP_ERR_INVALID_ARG;
+    if (uri.empty()) {
+        raw(" ");
+    } else if (uri == kXmlNamespace) {
+        raw(" xml:");
+    } else {
+        const Prefix *bound = nullptr;
+        for (size_t i = prefixes_.size(); i > 0 && bound == nullptr; --i) {
+            if (std::string_view(prefixes_[i - 1].uri, prefixes_[i - 1].uri_size) == uri)
+                bound = &prefixes_[i - 1];
+        }
+        if (bound == nullptr) {
+            Prefix *prefix = prefixes_.push();
+            if (prefix == nullptr)
+                return ZELL_MAP_ERR_NO_MEMORY;
+            *prefix = {uri.data(), uri.size(), prefixes_.size()};
+            raw(" xmlns:");
+            prefix_name(prefix->number);
+            // The value is the uri alone: copy it out of "{uri}local".
+            char *value = static_cast<char *>(rask_named_calloc_(uri.size() + 1, 1, "ZELL XML prefix", 0));
+            if (value == nullptr)
+                return ZELL_MAP_ERR_NO_MEMORY;
+            std::memcpy(value, uri.data(), uri.size());
+            const bool ok = attribute_value(value);
+            rask_named_free(value);
+            if (!ok)
+                return ZELL_MAP_ERR_NO_MEMORY;
+            bound = prefix;
+        }
+        raw(" ");
+        prefix_name(bound->number);
+        raw(":");
+    }
+    raw(name);
+    return attribute_value(pair.value != nullptr ? pair.value : "") ? ZELL_MAP_OK : ZELL_MAP_ERR_NO_MEMORY;
 }
 
 zell_map_status Writer::start(const zell_datatree &node, const char *parent_ns) noexcept {
@@ -167,8 +170,8 @@ zell_map_status Writer::start(const zell_datatree &node, const char *parent_ns) 
     const size_t prefixes_before = prefixes_.size();
     if (has(node, ZELL_DATATREE_HAS_ATTRIBUTES) && node.attributes != nullptr) {
         for (int32_t i = 0; i < node.n_attributes; ++i) {
-            if (!attribute(node.attributes[i]))
-                return ZELL_MAP_ERR_NO_MEMORY;
+            if (const zell_map_status st = attribute(node.attributes[i]); st != ZELL_MAP_OK)
+                return st;
         }
     }
     if (!children(node).empty()) {
@@ -272,7 +275,7 @@ zell_map_status zell_map_xml_write(zell_map_ctx *ctx, const zell_datatree *node,
     const zell::map::Log log(ctx, "zell_map_xml_write");
     if (node == nullptr || sink == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    xmlInitParser();
+    init_libxml2();
     SinkState state{sink, user, false};
     xmlOutputBufferPtr out = xmlOutputBufferCreateIO(to_sink, nullptr, &state, nullptr);
     if (out == nullptr) {
@@ -291,7 +294,7 @@ zell_map_status zell_map_xml_write(zell_map_ctx *ctx, const zell_datatree *node,
     case ZELL_MAP_OK:
         break;
     case ZELL_MAP_ERR_INVALID_ARG:
-        ZELL_LOG(log, ERR, "A node without a tag, or whose tag is not an XML name, cannot be written!");
+        ZELL_LOG(log, ERR, "A node without a tag, or a tag or attribute name that is not an XML name, cannot be written!");
         break;
     case ZELL_MAP_ERR_NOT_FOUND:
         ZELL_LOG(log, ERR, "The XML output was not taken!");

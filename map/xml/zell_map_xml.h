@@ -45,9 +45,6 @@
 extern "C" {
 #endif
 
-/** The input is not XML the reader accepts (see above). */
-#define ZELL_MAP_ERR_XML ((zell_map_status)0xaaf2f200u)
-
 /** Deepest element nesting a reader accepts; the document element is depth 1. */
 #define ZELL_MAP_XML_DEPTH_MAX 128
 
@@ -90,7 +87,9 @@ ZELL_MAP_API zell_map_status zell_map_xml_read_memory(zell_map_ctx *ctx, const c
  * pipe or socket) to its end; the descriptor stays open and the caller's.
  * @p name (NULL: "stream") names the input in messages.
  * @return as zell_map_xml_read_file; ZELL_MAP_ERR_NOT_FOUND when reading
- *         the descriptor fails; ZELL_MAP_ERR_INVALID_ARG also for fd < 0.
+ *         the descriptor fails (a directory, a closed descriptor; the
+ *         message is the system's, the line 0); ZELL_MAP_ERR_INVALID_ARG
+ *         also for fd < 0.
  */
 ZELL_MAP_API zell_map_status zell_map_xml_read_fd(zell_map_ctx *ctx, const char *name, int fd, zell_datatree *parent,
                                                   zell_map_xml_error *error) ZELL_MAP_NOEXCEPT;
@@ -113,10 +112,14 @@ typedef int (*zell_map_xml_sink)(void *user, const char *bytes, size_t size);
  * declaration: tag as the element's name, its namespace declared as the
  * default namespace wherever it differs from the parent's (xmlns="" for a
  * node without ns below one with), attributes named "{uri}local" under a
- * prefix declared on the element that first needs it, data as escaped
+ * prefix declared on the element that first needs it ("{}local" is in no
+ * namespace, like "local"), data as escaped
  * text. With ZELL_MAP_XML_INDENT the output ends in a newline. Reading the
- * output back gives the same tree (tag, ns, data, attributes, children).
- * Only fields with their presence bit set are written.
+ * output back gives the same tree (tag, ns, data, attributes, children)
+ * when its text is UTF-8 without control characters other than tab, line
+ * feed and carriage return (others are written as they are). Only fields
+ * with their presence bit set are written; the data of a node with
+ * children is not.
  *
  * @param[in] ctx   Request context for the ERR line; NULL: nothing is logged.
  * @param[in] node  The tree; not changed.
@@ -124,7 +127,8 @@ typedef int (*zell_map_xml_sink)(void *user, const char *bytes, size_t size);
  * @param[in] sink  Receives the bytes; @p user is handed to it.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG for a NULL node or sink, or a node
- *         (the root or any below it) without a tag;
+ *         (the root or any below it) without a tag or with a tag or an
+ *         attribute's local name that is not an XML name;
  *         ZELL_MAP_ERR_NOT_FOUND when the sink stopped the writer;
  *         ZELL_MAP_ERR_NO_MEMORY when an allocation failed.
  *         On an error the sink may have received part of the output.

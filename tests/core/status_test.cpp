@@ -14,7 +14,8 @@ TEST(StatusStr, NamesEveryStatusFollowedByItsMeaning) {
         zell_map_status status;
         std::string_view name;
     } statuses[] = {STATUS(ZELL_MAP_OK), STATUS(ZELL_MAP_ERR_NOT_FOUND), STATUS(ZELL_MAP_ERR_INVALID_ARG),
-                    STATUS(ZELL_MAP_ERR_NO_MEMORY), STATUS(ZELL_MAP_ERR_NS_MISMATCH)};
+                    STATUS(ZELL_MAP_ERR_NO_MEMORY), STATUS(ZELL_MAP_ERR_NS_MISMATCH),
+                    STATUS(ZELL_MAP_ERR_XML)};
     std::set<std::string> texts;
     for (const auto &[status, name] : statuses) {
         SCOPED_TRACE(name);

@@ -12,8 +12,10 @@ std::string write_xml(const zell_datatree &node, bool indent) {
     char *text = nullptr;
     size_t size = 0;
     const zell_map_status st = zell_map_xml_write_memory(nullptr, &node, indent ? ZELL_MAP_XML_INDENT : 0, &text, &size);
-    if (st != ZELL_MAP_OK)
-        return "<" + std::to_string(st) + ">";
+    if (st != ZELL_MAP_OK) {
+        const std::string_view name = zell_map_status_str(st);
+        return "<" + std::string(name.substr(0, name.find(':'))) + ">";
+    }
     std::string out(text, size);
     rask_named_free(text);
     return out;

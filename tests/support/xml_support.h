@@ -15,7 +15,8 @@ namespace zell::test {
 zell_map_status read_xml(zell_datatree &parent, std::string_view xml, zell_map_ctx *ctx = nullptr,
                          zell_map_xml_error *error = nullptr);
 
-// The tree as XML (ZELL_MAP_XML_INDENT when indent), or "<status>" on failure.
+// The tree as XML (ZELL_MAP_XML_INDENT when indent), or the status's name
+// in angle brackets ("<ZELL_MAP_ERR_INVALID_ARG>") on failure.
 std::string write_xml(const zell_datatree &node, bool indent = false);
 
 // Empty when a and b are the same XML tree, else where they first differ.

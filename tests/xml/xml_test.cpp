@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "tree_builder.h"
@@ -101,15 +103,22 @@ TEST_F(Xml, IndentedOutputPutsOneElementPerLine) {
 }
 
 TEST_F(Xml, WrittenTreesReadBackTheSame) {
-    const char *documents[] = {
+    std::string deep; // indented deeper than one run of spaces
+    for (int i = 0; i < 40; ++i)
+        deep += "<d" + std::to_string(i % 3) + (i % 2 ? " xmlns='urn:odd'>" : ">");
+    deep += "leaf";
+    for (int i = 39; i >= 0; --i)
+        deep += "</d" + std::to_string(i % 3) + ">";
+    const std::string documents[] = {
+        deep,
         "<a xmlns='urn:1'><b xmlns='urn:2'><c xmlns=''>x</c></b><d>  spaced  </d><e></e><f/></a>",
         "<a xmlns:t='urn:t' xmlns:u='urn:u' t:x='&lt;1&gt;' u:x='\t2\n' x='3'><b t:y='' xml:lang='en'/></a>",
         "<a>&amp;&lt;]]&gt;\r\n\xc3\xa9 \" '</a>",
         "<l xmlns='urn:l'><e><k>1</k><v>a</v></e><e><k>2</k><v>b</v></e><e><k>3</k></e></l>",
     };
-    for (const char *xml : documents) {
+    for (const std::string &xml : documents) {
         for (const bool indent : {false, true}) {
-            SCOPED_TRACE(std::string(xml) + (indent ? " indented" : ""));
+            SCOPED_TRACE(xml + (indent ? " indented" : ""));
             Tree first, second;
             ASSERT_EQ(read_xml(first.node, xml), ZELL_MAP_OK);
             const std::string written = write_xml(first->subtrees[0], indent);
@@ -216,6 +225,17 @@ TEST_F(Xml, FilesAndDescriptors) {
     zell_map_xml_error error{};
     EXPECT_EQ(zell_map_xml_read_file(&ctx, path, again.get(), &error), ZELL_MAP_ERR_NOT_FOUND);
     EXPECT_TRUE(Logged("ERR", "zell_map_xml_read_file", std::string(path) + ":0: " + error.message));
+
+    // A descriptor that cannot be read, and one at its end at once.
+    const int directory = open("/tmp", O_RDONLY | O_DIRECTORY);
+    EXPECT_EQ(zell_map_xml_read_fd(&ctx, "dir", directory, again.get(), &error), ZELL_MAP_ERR_NOT_FOUND);
+    close(directory);
+    EXPECT_TRUE(Logged("ERR", "zell_map_xml_read", std::string("dir:0: ") + std::strerror(EISDIR)));
+    const int empty = open("/dev/null", O_RDONLY);
+    EXPECT_EQ(zell_map_xml_read_fd(&ctx, "empty", empty, again.get(), &error), ZELL_MAP_ERR_XML);
+    close(empty);
+    EXPECT_TRUE(Logged("ERR", "zell_map_xml_read", "empty:1: Document is empty"));
+    EXPECT_EQ(describe(again.node), "a(b=1)") << "a failed read changed the parent";
 }
 
 TEST_F(Xml, BadArgumentsAndTreesThatCannotBeWritten) {
@@ -237,6 +257,27 @@ TEST_F(Xml, BadArgumentsAndTreesThatCannotBeWritten) {
         fill(bad.node, N("r", {N("ok", {V(tag, "1")})}));
         EXPECT_EQ(zell_map_xml_write_memory(&ctx, &bad->subtrees[0], 0, &text, nullptr), ZELL_MAP_ERR_INVALID_ARG);
         EXPECT_EQ(text, nullptr);
+    }
+}
+
+TEST_F(Xml, AttributeNamesAreCheckedAndAnEmptyNamespaceIsNone) {
+    const struct {
+        const char *name, *written;
+    } cases[] = {
+        {"{}x", "<a x=\"1\"/>"},
+        {"{urn:t}x", "<a xmlns:a1=\"urn:t\" a1:x=\"1\"/>"},
+        {"bad name", "<ZELL_MAP_ERR_INVALID_ARG>"},
+        {"{urn:t}1x", "<ZELL_MAP_ERR_INVALID_ARG>"},
+        {"{urn:t}", "<ZELL_MAP_ERR_INVALID_ARG>"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        Tree t;
+        ASSERT_EQ(read_xml(t.node, "<a x='1'/>"), ZELL_MAP_OK);
+        zell_datatree_pair &pair = t->subtrees[0].attributes[0];
+        rask_named_free(pair.name);
+        pair.name = owned(c.name);
+        EXPECT_EQ(write_xml(t->subtrees[0]), c.written);
     }
 }
 
