@@ -1,112 +1,84 @@
-/* bgp_get: answers an OpenConfig BGP get request from in-memory device
- * state and prints the filtered response.
+/* bgp_get: answers a NETCONF get request on the OpenConfig BGP model from
+ * the device's system database and prints the reply.
  *
- *   bgp_get [--filter all|neighbor|peer-as|neighbor-state] [--address A]
- *           [--neighbors N] [--trace]
+ *   bgp_get [--db PATH] [--filter FILE|-] [--outline] [--indent] [--trace]
+ *   bgp_get --make-db PATH --neighbors N
+ *
+ * Without --db, the bundled sample database is loaded into memory. The
+ * filter is a <filter type="subtree"> element, from a file or standard
+ * input ("-"); without one, the whole tree is answered. Errors go to
+ * standard error as one line, with exit status 2.
  */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include "bgp_backend.h"
-#include "bgp_filter.h"
-#include "zell_host.h"
-
-enum { SESSION_ID = 7 };
+#include "bgp_request.h"
 
 typedef struct options {
-    bgp_filter_kind filter;
-    const char *address;
-    size_t neighbors;
+    const char *db;
+    const char *filter;
+    const char *make_db;
+    unsigned long neighbors;
+    int have_neighbors;
+    int outline;
+    int indent;
     int trace;
 } options;
 
-static int usage(const char *program) {
-    fprintf(
-        stderr,
-        "usage: %s [--filter all|neighbor|peer-as|neighbor-state] [--address A] [--neighbors N] [--trace]\n",
-        program);
-    return 2;
+static int usage(void) {
+    fputs("usage: bgp_get [--db PATH] [--filter FILE|-] [--outline] [--indent] [--trace]\n"
+          "       bgp_get --make-db PATH --neighbors N\n",
+          stderr);
+    return BGP_REQUEST_FAILED;
 }
 
 static int parse(int argc, char **argv, options *o) {
-    o->filter = BGP_FILTER_NEIGHBOR_STATE;
-    o->address = "10.0.0.2";
-    o->neighbors = 3;
-    o->trace = 0;
+    memset(o, 0, sizeof *o);
     for (int i = 1; i < argc; ++i) {
         const char *arg = argv[i];
         const char *value = i + 1 < argc ? argv[i + 1] : NULL;
-        if (strcmp(arg, "--trace") == 0) {
+        if (strcmp(arg, "--outline") == 0) {
+            o->outline = 1;
+        } else if (strcmp(arg, "--indent") == 0) {
+            o->indent = 1;
+        } else if (strcmp(arg, "--trace") == 0) {
             o->trace = 1;
-        } else if (strcmp(arg, "--filter") == 0 && value != NULL) {
-            if (bgp_filter_from_name(value, &o->filter) != 0)
-                return -1;
-            ++i;
-        } else if (strcmp(arg, "--address") == 0 && value != NULL) {
-            o->address = value;
-            ++i;
-        } else if (strcmp(arg, "--neighbors") == 0 && value != NULL) {
+        } else if (value != NULL && strcmp(arg, "--db") == 0) {
+            o->db = argv[++i];
+        } else if (value != NULL && strcmp(arg, "--filter") == 0) {
+            o->filter = argv[++i];
+        } else if (value != NULL && strcmp(arg, "--make-db") == 0) {
+            o->make_db = argv[++i];
+        } else if (value != NULL && strcmp(arg, "--neighbors") == 0) {
             char *end = NULL;
-            const unsigned long n = strtoul(value, &end, 10);
-            if (*value == '\0' || *end != '\0' || n > 1000000ul)
+            o->neighbors = strtoul(value, &end, 10);
+            if (*value < '0' || *value > '9' || *end != '\0')
                 return -1;
-            o->neighbors = (size_t)n;
+            o->have_neighbors = 1;
             ++i;
         } else {
             return -1;
         }
     }
-    return 0;
+    return (o->make_db != NULL) == o->have_neighbors ? 0 : -1;
 }
 
 int main(int argc, char **argv) {
     options opt;
     if (parse(argc, argv, &opt) != 0)
-        return usage(argv[0]);
+        return usage();
+    char err[512];
+    if (opt.make_db != NULL)
+        return bgp_db_make(opt.make_db, opt.neighbors, err, sizeof err) == 0 ? 0 : bgp_request_fail("%s", err);
 
-    bgp_device device;
-    if (bgp_device_init(&device, opt.neighbors) != 0) {
-        fprintf(stderr, "out of memory\n");
-        return 1;
-    }
-    static bgp_session session; /* the framework's records outlive the request */
-    bgp_session_register(&session, SESSION_ID);
-
-    /* What the framework hands the backend: a request with its subtree filter. */
-    zell_me engine = {0};
-    zell_request_msg msg = {0};
-    msg.session_id = SESSION_ID;
-    msg.presence |= ZELL_REQUEST_MSG_HAS_SESSION_ID;
-    zell_req_ctx req_ctx = {&engine, &msg};
-    zell_map_request request = {0};
-    zell_map_ctx ctx = {0};
-    ctx.req_ctx = &req_ctx;
-    ctx.request = &request;
-    request.msg = &msg;
-    if (opt.trace) {
-        ctx.trace_on = 1;
-        engine.trace_on = 1;
-    }
-
-    zell_datatree filter_top = {0};
-    zell_datatree response_top = {0};
-    zell_datatree *filter = NULL;
-    zell_datatree *response = NULL;
-    zell_map_status status = bgp_filter_build(&ctx, opt.filter, opt.address, &filter_top, &filter);
-    if (status == ZELL_MAP_OK) {
-        request.datatree = filter;
-        request.flags = ZELL_MAP_REQUEST_FILTER;
-        status = bgp_get(&ctx, &device, &response_top, &response);
-    }
-    if (status == ZELL_MAP_OK)
-        status = zell_map_print_subtrees(&response_top, 0, 0);
-    if (status != ZELL_MAP_OK)
-        fprintf(stderr, "bgp_get failed: %s\n", zell_map_status_str(status));
-
-    zell_map_request_release(&ctx);
-    mova_zell_datatree_free_ext(&response_top, zell_gpb_free, 0, 0);
-    mova_zell_datatree_free_ext(&filter_top, zell_gpb_free, 0, 0);
-    bgp_device_free(&device);
-    return status == ZELL_MAP_OK ? 0 : 1;
+    bgp_db *db = NULL;
+    if (bgp_db_open(opt.db, &db, err, sizeof err) != 0)
+        return bgp_request_fail("%s", err);
+    const unsigned flags = (opt.outline ? BGP_REQUEST_OUTLINE : 0u) | (opt.indent ? BGP_REQUEST_INDENT : 0u) |
+                           (opt.trace ? BGP_REQUEST_TRACE : 0u);
+    fflush(stdout);
+    const int result = bgp_request_run(db, opt.filter, flags, 1);
+    bgp_db_close(db);
+    return result;
 }

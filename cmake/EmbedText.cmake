@@ -1,0 +1,17 @@
+# zell_embed_text(<output.c> <symbol> <file> [<symbol> <file> ...])
+# Writes a C file defining each symbol as a NUL-terminated char array with
+# the bytes of its file. Configure re-runs when a file changes.
+function(zell_embed_text output)
+  set(content "/* Generated from the files named below; edit those. */\n")
+  set(args ${ARGN})
+  while(args)
+    list(POP_FRONT args symbol file)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+    file(READ ${file} hex HEX)
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
+    string(REGEX REPLACE "(0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,0x..,)" "\\1\n" bytes "${bytes}")
+    get_filename_component(name ${file} NAME)
+    string(APPEND content "/* ${name} */\nconst char ${symbol}[] = {\n${bytes}0x00};\n")
+  endwhile()
+  file(CONFIGURE OUTPUT ${output} CONTENT "${content}")
+endfunction()
