@@ -25,6 +25,9 @@ uint64_t key_hash(const char *name, const char *value) noexcept {
     return fnv(value, fnv(name) * 1099511628211ULL) | 1; // 0 marks an empty slot
 }
 
+constexpr int kSamples = 3;
+constexpr int32_t sample_at(int i, int32_t count) noexcept { return i == 0 ? 0 : i == 1 ? count / 2 : count - 1; }
+
 struct GroupSlot {
     uint64_t hash;
     TagGroup group;
@@ -79,9 +82,12 @@ template <typename Slot> struct Table {
 struct ParentIndex {
     const zell_datatree *array = nullptr;
     int32_t count = 0;
-    const char *first_tag = nullptr;
-    const char *middle_tag = nullptr;
-    const char *last_tag = nullptr;
+    // What the first, middle and last child pointed at: a different tree
+    // in the same array differs here.
+    struct Sample {
+        const char *tag;
+        const zell_datatree *subtrees;
+    } sample[kSamples] = {};
     Table<GroupSlot> groups;
     bool keyed = false; // keys and leafless are kept
     Table<KeySlot> keys;
@@ -97,15 +103,22 @@ struct ParentIndex {
         *this = ParentIndex{};
     }
     bool matches(const zell_datatree &parent) const noexcept {
-        return array != nullptr && array == parent.subtrees && count == parent.n_subtrees &&
-               first_tag == array[0].tag && middle_tag == array[count / 2].tag && last_tag == array[count - 1].tag;
+        if (array == nullptr || array != parent.subtrees || count != parent.n_subtrees)
+            return false;
+        for (int i = 0; i < kSamples; ++i) {
+            const zell_datatree &child = array[sample_at(i, count)];
+            if (sample[i].tag != child.tag || sample[i].subtrees != child.subtrees)
+                return false;
+        }
+        return true;
     }
     void remember_shape(const zell_datatree &parent) noexcept {
         array = parent.subtrees;
         count = parent.n_subtrees;
-        first_tag = array[0].tag;
-        middle_tag = array[count / 2].tag;
-        last_tag = array[count - 1].tag;
+        for (int i = 0; i < kSamples; ++i) {
+            const zell_datatree &child = array[sample_at(i, count)];
+            sample[i] = {child.tag, child.subtrees};
+        }
     }
 };
 
@@ -144,6 +157,7 @@ bool add_to_group(ParentIndex &index, int32_t position) noexcept {
     });
     if (slot.hash == 0) {
         slot.hash = tag_hash(child.tag);
+        slot.group = TagGroup{};
         slot.group.first = position;
         ++index.groups.used;
     } else if (!same(index.array[slot.group.first].ns, child.ns)) {
@@ -324,18 +338,27 @@ bool keyed_candidates(zell_map_ctx *ctx, const zell_datatree &parent, const char
 void index_appended(zell_map_ctx *ctx, const zell_datatree &parent, const zell_datatree *old_array,
                     int32_t old_count) noexcept {
     zell_map_child_index *store = ctx != nullptr ? ctx->child_index : nullptr;
-    ParentIndex *index = store != nullptr && old_array != nullptr ? slot_of(*store, old_array) : nullptr;
+    if (store == nullptr)
+        return;
+    ParentIndex *index = old_array != nullptr ? slot_of(*store, old_array) : nullptr;
+    // Whatever the index held for the array's new address was another array's.
+    if (ParentIndex *other = slot_of(*store, parent.subtrees); other != nullptr && other != index)
+        other->release();
     if (index == nullptr)
         return;
     constexpr uint32_t kNamed = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
     const zell_datatree &added = parent.subtrees[old_count];
-    // The old children moved with the array: their tag pointers are unchanged.
-    const bool same_shape = index->count == old_count && parent.n_subtrees == old_count + 1 &&
-                            index->first_tag == parent.subtrees[0].tag &&
-                            index->middle_tag == parent.subtrees[old_count / 2].tag &&
-                            index->last_tag == parent.subtrees[old_count - 1].tag &&
-                            (added.presence & kNamed) == kNamed && added.tag != nullptr && added.ns != nullptr;
-    bool kept = same_shape;
+    // The old children moved with the array: the index still describes
+    // them if it did before the move.
+    ParentIndex::Sample before[kSamples];
+    for (int i = 0; i < kSamples; ++i) {
+        const zell_datatree &child = parent.subtrees[sample_at(i, old_count)];
+        before[i] = {child.tag, child.subtrees};
+    }
+    bool kept = index->count == old_count && parent.n_subtrees == old_count + 1 &&
+                (added.presence & kNamed) == kNamed && added.tag != nullptr && added.ns != nullptr;
+    for (int i = 0; kept && i < kSamples; ++i)
+        kept = before[i].tag == index->sample[i].tag && before[i].subtrees == index->sample[i].subtrees;
     if (kept) {
         index->remember_shape(parent);
         // Changes noted against the old array are applied before it is forgotten.
@@ -348,7 +371,16 @@ void index_appended(zell_map_ctx *ctx, const zell_datatree &parent, const zell_d
 
 void index_children_changed(zell_map_ctx *ctx, const zell_datatree *node) noexcept {
     zell_map_child_index *store = ctx != nullptr ? ctx->child_index : nullptr;
-    if (store == nullptr || (store->changes > 0 && store->changed[(store->changes - 1) % kChangeRing] == node))
+    if (store == nullptr)
+        return;
+    // A sampled child's new array is the library's doing, not another tree.
+    for (ParentIndex &index : store->parents) {
+        for (int i = 0; index.array != nullptr && i < kSamples; ++i) {
+            if (node == index.array + sample_at(i, index.count))
+                index.sample[i].subtrees = node->subtrees;
+        }
+    }
+    if (store->changes > 0 && store->changed[(store->changes - 1) % kChangeRing] == node)
         return;
     store->changed[store->changes++ % kChangeRing] = node;
 }

@@ -280,6 +280,7 @@ zell_map_status zell_map_datatree_remove_last_subtree(zell_map_ctx *ctx, zell_da
         node->subtrees = shrunk;
     node->n_subtrees = n - 1;
     node->presence |= ZELL_DATATREE_HAS_SUBTREES;
+    index_children_changed(ctx, node);
     return ZELL_MAP_OK;
 }
 
