@@ -373,14 +373,19 @@ void index_children_changed(zell_map_ctx *ctx, const zell_datatree *node) noexce
     zell_map_child_index *store = ctx != nullptr ? ctx->child_index : nullptr;
     if (store == nullptr)
         return;
-    // A sampled child's new array is the library's doing, not another tree.
+    // Only a child of a parent whose keys are kept needs to be read again.
+    bool wanted = false;
     for (ParentIndex &index : store->parents) {
-        for (int i = 0; index.array != nullptr && i < kSamples; ++i) {
+        if (index.array == nullptr || node < index.array || node >= index.array + index.count)
+            continue;
+        wanted = wanted || index.keyed;
+        // A sampled child's new array is the library's doing, not another tree.
+        for (int i = 0; i < kSamples; ++i) {
             if (node == index.array + sample_at(i, index.count))
                 index.sample[i].subtrees = node->subtrees;
         }
     }
-    if (store->changes > 0 && store->changed[(store->changes - 1) % kChangeRing] == node)
+    if (!wanted || (store->changes > 0 && store->changed[(store->changes - 1) % kChangeRing] == node))
         return;
     store->changed[store->changes++ % kChangeRing] = node;
 }

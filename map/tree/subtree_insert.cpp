@@ -126,7 +126,8 @@ zell_map_status add_child(const Log &log, zell_map_ctx *ctx, zell_datatree &pare
                 *out_child = &child;
             if (child.subtree_index != 0 && op_source == nullptr)
                 return ZELL_MAP_OK;
-            index_children_changed(ctx, &parent);
+            if (data != nullptr)
+                index_children_changed(ctx, &parent);
             return reuse_child(log, child, data);
         }
         if (!indexed && !target) {
@@ -138,7 +139,8 @@ zell_map_status add_child(const Log &log, zell_map_ctx *ctx, zell_datatree &pare
                 if (out_child != nullptr)
                     *out_child = &child;
                 if (child.subtree_index == 0 || op_source != nullptr) {
-                    index_children_changed(ctx, &parent);
+                    if (data != nullptr)
+                        index_children_changed(ctx, &parent);
                     return reuse_child(log, child, data);
                 }
                 numbered = &child;
