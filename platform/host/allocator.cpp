@@ -60,9 +60,7 @@ bool same_tag(const char *a, const char *b) noexcept {
 
 // Slots fill in order and are never released, so two threads racing to
 // add the same tag meet at the same empty slot and only one claims it.
-TagSlot &slot_for(const char *tag) noexcept {
-    if (tag == nullptr)
-        tag = kUntagged;
+TagSlot &find_slot(const char *tag) noexcept {
     for (TagSlot &slot : std::span(g_slots, kTagSlots)) {
         const char *current = slot.tag.load(std::memory_order_acquire);
         if (current == nullptr && slot.tag.compare_exchange_strong(current, tag, std::memory_order_acq_rel))
@@ -72,6 +70,27 @@ TagSlot &slot_for(const char *tag) noexcept {
     }
     g_overflow_slot.tag.store(kOverflowTag, std::memory_order_relaxed);
     return g_overflow_slot;
+}
+
+// Tags are mostly string literals: each thread remembers the slot of the
+// last tags it met by their address, so that an allocation does not compare
+// its tag with every tag before it in the table. A remembered slot is used
+// only while its tag still reads the same.
+TagSlot &slot_for(const char *tag) noexcept {
+    if (tag == nullptr)
+        tag = kUntagged;
+    struct Seen {
+        const char *tag;
+        TagSlot *slot;
+    };
+    thread_local Seen seen[64];
+    Seen &entry = seen[(reinterpret_cast<std::uintptr_t>(tag) >> 3) & 63];
+    if (entry.tag == tag && entry.slot != &g_overflow_slot &&
+        same_tag(entry.slot->tag.load(std::memory_order_acquire), tag))
+        return *entry.slot;
+    TagSlot &slot = find_slot(tag);
+    entry = {tag, &slot};
+    return slot;
 }
 
 // True when this allocation is the one armed to fail.
