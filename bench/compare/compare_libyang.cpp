@@ -202,12 +202,12 @@ void register_benchmarks() {
         std::fprintf(stderr, "libyang could not load the module zell-bench-bgp from %s\n", ZELL_BENCH_YANG_DIR);
         std::exit(1);
     }
-    // Ours quadratic today: list search and path insertion scan every neighbor.
+    // Ours quadratic today: marking compares every filter entry with every response entry.
     const Sizes quadratic{.to = 10'000};
-    add_benchmark("Build/zell:ListContext", quadratic, [](auto &s, long n) {
+    add_benchmark("Build/zell:ListContext", {}, [](auto &s, long n) {
         build_ours(s, n, "Build/zell:ListContext", build_with_list_context);
     });
-    add_benchmark("Build/zell:Paths", quadratic,
+    add_benchmark("Build/zell:Paths", {},
                   [](auto &s, long n) { build_ours(s, n, "Build/zell:Paths", build_with_paths); });
     add_benchmark("Build/zell:Direct", {},
                   [](auto &s, long n) { build_ours(s, n, "Build/zell:Direct", build_direct); });

@@ -295,6 +295,13 @@ typedef struct zell_map_ctx {
     char *current_list_node;    /**< owned path of the current list node */
     char *list_key_names[ZELL_MAP_LIST_KEYS_MAX];  /**< not owned */
     char *list_key_values[ZELL_MAP_LIST_KEYS_MAX]; /**< not owned */
+    /** Library-owned lookup index of parents with many children; zero-initialise
+     *  it with the rest of the context, never touch it, and release it (with
+     *  whatever else the context holds) by zell_map_request_release(). Child
+     *  arrays replaced, grown or shrunk outside the library are noticed; key
+     *  leaf values edited in place outside the library are not, until the
+     *  index is released. */
+    struct zell_map_child_index *child_index;
 } zell_map_ctx;
 
 /* ======================================================================== */

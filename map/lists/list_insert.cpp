@@ -4,6 +4,7 @@
 
 #include "core/log.h"
 #include "core/node.h"
+#include "tree/child_index.h"
 #include "zell_map_list.h"
 #include "zell_map_path.h"
 #include "zell_map_tree.h"
@@ -21,8 +22,21 @@ bool holds_key_leaf(const zell_datatree &instance, const char *key_name, const c
     return false;
 }
 
-zell_datatree *existing_instance(const Log &log, const zell_datatree &parent, const char *list_tag,
-                                 const char *ns, const char *key_name, const char *key_value) noexcept {
+zell_datatree *existing_instance(const Log &log, zell_map_ctx *ctx, const zell_datatree &parent,
+                                 const char *list_tag, const char *ns, const char *key_name,
+                                 const char *key_value) noexcept {
+    int32_t first = -1;
+    // Tracing logs every instance the scan passes, so it scans.
+    const bool indexed =
+        !log.enabled(LogLevel::TRC) &&
+        visit_keyed(ctx, parent, key_name, key_value, [&](int32_t at, bool leafless) {
+            const zell_datatree &child = parent.subtrees[at];
+            if (!leafless && (first < 0 || at < first) && is_named(child, list_tag, ns) &&
+                holds_key_leaf(child, key_name, key_value))
+                first = at;
+        });
+    if (indexed)
+        return first >= 0 ? &parent.subtrees[first] : nullptr;
     for (zell_datatree &child : children(parent)) {
         if (!is_named(child, list_tag, ns))
             continue;
@@ -46,7 +60,7 @@ zell_map_status add_list_node(const Log &log, zell_map_ctx *ctx, zell_datatree &
         status = zell_map_datatree_add_subtree_flagged(ctx, &parent, list_tag, ns, nullptr, nullptr,
                                                        &instance, 0, 0);
     } else {
-        instance = existing_instance(log, parent, list_tag, ns, key_name, key_value);
+        instance = existing_instance(log, ctx, parent, list_tag, ns, key_name, key_value);
         if (instance == nullptr) {
             ZELL_LOG(log, TRC, "Adding a new list node.");
             status = zell_map_datatree_add_subtree_flagged(ctx, &parent, list_tag, ns, nullptr, nullptr,
@@ -116,8 +130,29 @@ int zell_map_is_list_node_already_present(zell_map_ctx *ctx, zell_datatree *tree
                                            0) != ZELL_MAP_OK ||
         list == nullptr)
         return 0;
+    // An instance without children ends the search.
+    int32_t first = -1;
+    int32_t end = -1;
+    const bool indexed =
+        !log.enabled(LogLevel::TRC) &&
+        visit_keyed(ctx, *list, key_name, key_value, [&](int32_t at, bool leafless) {
+            const zell_datatree &instance = list->subtrees[at];
+            if (leafless) {
+                if (!has(instance, ZELL_DATATREE_HAS_SUBTREES) && (end < 0 || at < end))
+                    end = at;
+            } else if ((first < 0 || at < first) && has(instance, ZELL_DATATREE_HAS_SUBTREES) &&
+                       in_subtrees(log, children(instance), key_name, key_value, true, nullptr)) {
+                first = at;
+            }
+        });
+    if (indexed) {
+        if (first < 0 || (end >= 0 && end < first))
+            return 0;
+        if (out_instance != nullptr)
+            *out_instance = &list->subtrees[first];
+        return 1;
+    }
     for (zell_datatree &instance : children(*list)) {
-        // An instance without children ends the search.
         if (!has(instance, ZELL_DATATREE_HAS_SUBTREES))
             return 0;
         if (in_subtrees(log, children(instance), key_name, key_value, true, nullptr)) {

@@ -9,6 +9,7 @@
 #include "core/memory.h"
 #include "core/node.h"
 #include "core/path_split.h"
+#include "tree/child_index.h"
 #include "zell_map_list.h"
 #include "zell_map_path.h"
 #include "zell_map_tree.h"
@@ -17,20 +18,20 @@ using namespace zell::map;
 
 namespace {
 
-zell_datatree *child_named(zell_datatree *parent, const char *tag, const char *ns) noexcept {
+zell_datatree *child_named(zell_map_ctx *ctx, zell_datatree *parent, const char *tag, const char *ns) noexcept {
     zell_datatree *found = nullptr;
-    return zell_map_datatree_get_subtree(parent, &found, tag, nullptr, ns) == ZELL_MAP_OK ? found : nullptr;
+    return find_child(ctx, parent, &found, tag, nullptr, ns) == ZELL_MAP_OK ? found : nullptr;
 }
 
 // Walks the containers of path from *node_io and stops on the parent of the
 // list's instances, having checked that one instance exists.
-zell_map_status walk_to_list(zell_datatree **node_io, char *path, const char *ns) noexcept {
+zell_map_status walk_to_list(zell_map_ctx *ctx, zell_datatree **node_io, char *path, const char *ns) noexcept {
     PathCutter cutter(path);
     char *current = cutter.next();
     if (current == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
     for (char *next = cutter.next();; current = next, next = cutter.next()) {
-        zell_datatree *found = child_named(*node_io, current, ns);
+        zell_datatree *found = child_named(ctx, *node_io, current, ns);
         if (found == nullptr)
             return ZELL_MAP_ERR_INVALID_ARG;
         if (next == nullptr)
@@ -44,7 +45,28 @@ bool holds_key(const zell_datatree &instance, const char *key_name, const char *
     return zell_map_datatree_get_subtree(&instance, nullptr, key_name, key_value, ns) == ZELL_MAP_OK;
 }
 
-zell_map_status find_instance(const Log &log, zell_datatree **node_io, const char *key_name,
+// The first instance tagged list_tag that holds the key.
+zell_datatree *first_instance(zell_map_ctx *ctx, const zell_datatree &container, const char *list_tag,
+                              const char *key_name, const char *key_value, const char *ns) noexcept {
+    const auto holds = [&](const zell_datatree &child) {
+        return has(child, ZELL_DATATREE_HAS_TAG) && same(child.tag, list_tag) &&
+               holds_key(child, key_name, key_value, ns);
+    };
+    int32_t first = -1;
+    const bool indexed = visit_keyed(ctx, container, key_name, key_value, [&](int32_t at, bool leafless) {
+        if (!leafless && (first < 0 || at < first) && holds(container.subtrees[at]))
+            first = at;
+    });
+    if (indexed)
+        return first >= 0 ? &container.subtrees[first] : nullptr;
+    for (zell_datatree &child : children(container)) {
+        if (holds(child))
+            return &child;
+    }
+    return nullptr;
+}
+
+zell_map_status find_instance(const Log &log, zell_map_ctx *ctx, zell_datatree **node_io, const char *key_name,
                               const char *key_value, const char *path, const char *ns) noexcept {
     OwnedString copy = copy_string(path, "ZELL MAP iterate list");
     if (!copy)
@@ -56,26 +78,23 @@ zell_map_status find_instance(const Log &log, zell_datatree **node_io, const cha
         ZELL_LOG(log, ERR, "Failed to get subtrees!");
         return ZELL_MAP_ERR_NOT_FOUND;
     }
-    for (zell_datatree &child : children(container)) {
-        if (has(child, ZELL_DATATREE_HAS_TAG) && same(child.tag, list_tag) &&
-            holds_key(child, key_name, key_value, ns)) {
-            *node_io = &child;
-            return ZELL_MAP_OK;
-        }
-    }
-    return ZELL_MAP_ERR_INVALID_ARG;
+    zell_datatree *found = first_instance(ctx, container, list_tag, key_name, key_value, ns);
+    if (found == nullptr)
+        return ZELL_MAP_ERR_INVALID_ARG;
+    *node_io = found;
+    return ZELL_MAP_OK;
 }
 
-zell_map_status search(const Log &log, zell_datatree *root, zell_datatree **out_instance, const char *path,
+zell_map_status search(const Log &log, zell_map_ctx *ctx, zell_datatree *root, zell_datatree **out_instance, const char *path,
                        const char *key_value, const char *key_name, const char *ns) noexcept {
     OwnedString copy = copy_string(path, "ZELL_MAP");
     if (!copy)
         return ZELL_MAP_ERR_NOT_FOUND;
     zell_datatree *node = root;
-    if (walk_to_list(&node, copy.get(), ns) != ZELL_MAP_OK)
+    if (walk_to_list(ctx, &node, copy.get(), ns) != ZELL_MAP_OK)
         return ZELL_MAP_ERR_INVALID_ARG;
     // Only the list's own elements carry ns: key leaves are matched in any namespace.
-    const zell_map_status status = find_instance(log, &node, key_name, key_value, path, nullptr);
+    const zell_map_status status = find_instance(log, ctx, &node, key_name, key_value, path, nullptr);
     if (status != ZELL_MAP_OK)
         return status;
     *out_instance = node;
@@ -122,11 +141,11 @@ zell_map_status zell_map_get_last_token_from_path(zell_map_ctx *, char *path, ch
     return ZELL_MAP_OK;
 }
 
-zell_map_status zell_map_get_list(zell_map_ctx *, zell_datatree **node_io, char *path,
+zell_map_status zell_map_get_list(zell_map_ctx *ctx, zell_datatree **node_io, char *path,
                                   const char *ns) noexcept {
     if (node_io == nullptr || *node_io == nullptr || path == nullptr)
         return ZELL_MAP_ERR_INVALID_ARG;
-    return walk_to_list(node_io, path, ns);
+    return walk_to_list(ctx, node_io, path, ns);
 }
 
 zell_map_status zell_map_iterate_list(zell_map_ctx *ctx, zell_datatree **node_io, const char *key_name,
@@ -137,7 +156,7 @@ zell_map_status zell_map_iterate_list(zell_map_ctx *ctx, zell_datatree **node_io
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    return find_instance(log, node_io, key_name, key_value, path, ns);
+    return find_instance(log, ctx, node_io, key_name, key_value, path, ns);
 }
 
 zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatree *root, zell_datatree **out_instance,
@@ -148,7 +167,7 @@ zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatree *root, zel
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    return search(log, root, out_instance, path, key_value, key_name, ns);
+    return search(log, ctx, root, out_instance, path, key_value, key_name, ns);
 }
 
 zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *root,
@@ -165,7 +184,7 @@ zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *ro
     if (ctx == nullptr || ctx->request == nullptr)
         return ZELL_MAP_ERR_NOT_FOUND;
     zell_datatree *instance = nullptr;
-    zell_map_status status = search(log, root, &instance, path, key_value, key_name, ns);
+    zell_map_status status = search(log, ctx, root, &instance, path, key_value, key_name, ns);
     if (status == ZELL_MAP_OK && ns != nullptr && !same(ns, instance->ns))
         status = ZELL_MAP_ERR_INVALID_ARG; // found in another namespace: add one in ns
     if (status == ZELL_MAP_ERR_INVALID_ARG) {

@@ -51,7 +51,7 @@ zell_map_status zell_map_datatree_add_data_ns(zell_map_ctx *ctx, zell_datatree *
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_ERR_NOT_FOUND;
     }
-    const PathWalk found = walk_path(log, *tree, path);
+    const PathWalk found = walk_path(log, ctx, *tree, path);
     if (!found.copy)
         return ZELL_MAP_ERR_NO_MEMORY;
     const TagWalk &walk = found.walk;

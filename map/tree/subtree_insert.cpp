@@ -1,10 +1,12 @@
 // Adding, reusing, moving and removing children. Every operation that grows
 // or shrinks a child array one record at a time lives here.
 #include <algorithm>
+#include <optional>
 
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/node.h"
+#include "tree/child_index.h"
 #include "zell_map_tree.h"
 
 using namespace zell::map;
@@ -84,25 +86,63 @@ void release_replaced_children(zell_datatree &child, zell_datatree &source) noex
     mova_zell_datatree_free_ext(&old, zell_gpb_free, 0, 0);
 }
 
-zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag, const char *ns,
-                          const char *data, const zell_datatree *op_source, zell_datatree **out_child,
-                          bool indexed, uint32_t flags) noexcept {
+// The existing child an insertion of (tag, ns) lands on, by the rule of the
+// scan below: the first unnumbered one (the first of all for an operation
+// copy), else the last numbered one.
+std::optional<zell_datatree *> indexed_target(zell_map_ctx *ctx, zell_datatree &parent, const char *tag,
+                                              const char *ns, bool any_ns, bool first_of_all) noexcept {
+    const std::optional<TagGroup> group = indexed_tag(ctx, parent, tag);
+    if (!group || (!any_ns && !group->one_ns))
+        return std::nullopt;
+    if (group->first < 0 || (!any_ns && !same(parent.subtrees[group->first].ns, ns)))
+        return nullptr;
+    const int32_t at = first_of_all ? group->first
+                       : group->first_unnumbered >= 0 ? group->first_unnumbered
+                                                      : group->last_numbered;
+    zell_datatree &child = parent.subtrees[at];
+    if (!is_named(child, tag, ns, any_ns))
+        return std::nullopt;
+    return &child;
+}
+
+zell_map_status add_child(const Log &log, zell_map_ctx *ctx, zell_datatree &parent, const char *tag,
+                          const char *ns, const char *data, const zell_datatree *op_source,
+                          zell_datatree **out_child, bool indexed, uint32_t flags) noexcept {
     // A parent that claims children without an array is treated as childless.
     const bool has_array = has(parent, ZELL_DATATREE_HAS_SUBTREES) && parent.subtrees != nullptr;
     const int32_t n = has_array && parent.n_subtrees > 0 ? parent.n_subtrees : 0;
+    const bool any_ns = (flags & ZELL_MAP_FLAG_IGNORE_NS) != 0;
     Owned<zell_datatree> first_array;
     zell_datatree *array = nullptr;
+    const zell_datatree *old_subtrees = nullptr;
     if (has_array) {
-        if (!indexed) {
+        // Tracing logs every sibling the scan passes, so it scans.
+        const std::optional<zell_datatree *> target =
+            indexed || log.enabled(LogLevel::TRC) ? std::nullopt
+                                                  : indexed_target(ctx, parent, tag, ns, any_ns, op_source != nullptr);
+        if (target && *target != nullptr) {
+            zell_datatree &child = **target;
+            if (out_child != nullptr)
+                *out_child = &child;
+            if (child.subtree_index != 0 && op_source == nullptr)
+                return ZELL_MAP_OK;
+            if (data != nullptr)
+                index_children_changed(ctx, &parent);
+            return reuse_child(log, child, data);
+        }
+        if (!indexed && !target) {
             const zell_datatree *numbered = nullptr;
             for (zell_datatree &child : children(parent)) {
-                if (!is_named(child, tag, ns, (flags & ZELL_MAP_FLAG_IGNORE_NS) != 0))
+                if (!is_named(child, tag, ns, any_ns))
                     continue;
                 ZELL_LOG(log, TRC, "Subtree node '%s' found. No need to add it.", tag);
                 if (out_child != nullptr)
                     *out_child = &child;
-                if (child.subtree_index == 0 || op_source != nullptr)
+                if (child.subtree_index == 0 || op_source != nullptr) {
+                    if (data != nullptr)
+                        index_children_changed(ctx, &parent);
                     return reuse_child(log, child, data);
+                }
                 numbered = &child;
             }
             if (numbered != nullptr) {
@@ -111,6 +151,7 @@ zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag
             }
         }
         ZELL_LOG(log, TRC, "Expanding subtree array.");
+        old_subtrees = parent.subtrees;
         array = static_cast<zell_datatree *>(
             rask_named_realloc(parent.subtrees, (static_cast<size_t>(n) + 1) * sizeof(zell_datatree)));
         if (array == nullptr) {
@@ -137,10 +178,13 @@ zell_map_status add_child(const Log &log, zell_datatree &parent, const char *tag
         return ZELL_MAP_ERR_NO_MEMORY;
     }
     ZELL_LOG(log, TRC, "Setting updated subtree array (%p).", static_cast<void *>(array));
+    const zell_datatree *old_array = first_array ? nullptr : old_subtrees;
     if (first_array)
         parent.subtrees = first_array.release();
     parent.n_subtrees = n + 1;
     parent.presence |= ZELL_DATATREE_HAS_SUBTREES;
+    index_appended(ctx, parent, old_array, n);
+    index_children_changed(ctx, &parent);
     if (out_child != nullptr)
         *out_child = &child;
     ZELL_LOG(log, TRC, "End");
@@ -162,7 +206,7 @@ zell_map_status zell_map_datatree_add_subtree_flagged(zell_map_ctx *ctx, zell_da
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    return add_child(log, *parent, tag, ns, data, op_source, out_child, indexed != 0, flags);
+    return add_child(log, ctx, *parent, tag, ns, data, op_source, out_child, indexed != 0, flags);
 }
 
 zell_map_status zell_map_datatree_add_subtree(zell_map_ctx *ctx, zell_datatree *parent, const char *tag,
@@ -196,6 +240,7 @@ zell_map_status zell_map_datatree_add_subtree_with_data(zell_map_ctx *ctx, zell_
         child->subtrees = moved;
         child->n_subtrees = n_moved;
         child->presence |= ZELL_DATATREE_HAS_SUBTREES;
+        index_children_changed(ctx, child);
     }
     return ZELL_MAP_OK;
 }
@@ -237,6 +282,7 @@ zell_map_status zell_map_datatree_remove_last_subtree(zell_map_ctx *ctx, zell_da
         node->subtrees = shrunk;
     node->n_subtrees = n - 1;
     node->presence |= ZELL_DATATREE_HAS_SUBTREES;
+    index_children_changed(ctx, node);
     return ZELL_MAP_OK;
 }
 

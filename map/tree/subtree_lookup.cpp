@@ -25,7 +25,7 @@ zell_map_status zell_map_datatree_get_subtree_num(zell_map_ctx *ctx, const zell_
         ZELL_LOG(log, TRC, "End");
         return ZELL_MAP_OK;
     }
-    const PathWalk found = walk_path(log, *tree, path);
+    const PathWalk found = walk_path(log, ctx, *tree, path);
     if (!found.copy)
         return ZELL_MAP_ERR_NO_MEMORY;
     const TagWalk &walk = found.walk;

@@ -3,13 +3,31 @@
 #include "core/node.h"
 #include "core/path_copy.h"
 #include "core/path_split.h"
+#include "tree/child_index.h"
 #include "zell_map_tree.h"
 
 namespace zell::map {
 
 namespace {
 
-TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcept {
+// The first child tagged tag, or the stop the scan makes at an untagged one.
+struct ChildStep {
+    const zell_datatree *match;
+    bool untagged;
+};
+ChildStep first_tagged(zell_map_ctx *ctx, const zell_datatree &node, const char *tag) noexcept {
+    if (const std::optional<TagGroup> group = indexed_tag(ctx, node, tag))
+        return {group->first >= 0 ? &node.subtrees[group->first] : nullptr, false};
+    for (const zell_datatree &child : children(node)) {
+        if (!has(child, ZELL_DATATREE_HAS_TAG) || child.tag == nullptr)
+            return {nullptr, true};
+        if (same(child.tag, tag))
+            return {&child, false};
+    }
+    return {nullptr, false};
+}
+
+TagWalk walk_tags(const Log &log, zell_map_ctx *ctx, const zell_datatree &tree, char *copy) noexcept {
     PathCutter cutter(copy);
     const zell_datatree *node = &tree;
     char *component = cutter.next();
@@ -27,15 +45,10 @@ TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcep
         if (!has(*node, ZELL_DATATREE_HAS_SUBTREES) || node->n_subtrees == 0)
             return {TagWalk::End::PastLeaves, node, component, descents};
         char *next = cutter.next();
-        const zell_datatree *match = nullptr;
-        for (const zell_datatree &child : children(*node)) {
-            if (!has(child, ZELL_DATATREE_HAS_TAG) || child.tag == nullptr)
-                return {TagWalk::End::ChildUntagged, node, component, descents};
-            if (same(child.tag, next)) {
-                match = &child;
-                break;
-            }
-        }
+        const ChildStep step = first_tagged(ctx, *node, next);
+        if (step.untagged)
+            return {TagWalk::End::ChildUntagged, node, component, descents};
+        const zell_datatree *match = step.match;
         if (match == nullptr)
             return {TagWalk::End::Missing, node, next, descents};
         node = match;
@@ -45,12 +58,12 @@ TagWalk walk_tags(const Log &log, const zell_datatree &tree, char *copy) noexcep
 
 } // namespace
 
-PathWalk walk_path(const Log &log, const zell_datatree &tree, const char *path) noexcept {
+PathWalk walk_path(const Log &log, zell_map_ctx *ctx, const zell_datatree &tree, const char *path) noexcept {
     PathWalk result{copy_path(log, path, "ZELL MAP get subtree num"), {}};
     if (!result.copy)
         return result;
     ZELL_LOG(log, TRC, "Searching subtrees of path '%s'", path);
-    result.walk = walk_tags(log, tree, result.copy.get());
+    result.walk = walk_tags(log, ctx, tree, result.copy.get());
     return result;
 }
 

@@ -38,6 +38,7 @@ struct PathWalk {
 // to copy path string!" when it cannot), traces "Searching subtrees of path
 // '%s'", and walks the copy, tracing "Checking node '%s'" and "Checking
 // subtrees of node '%s'" for every component it descends from.
-PathWalk walk_path(const Log &log, const zell_datatree &tree, const char *path) noexcept;
+// ctx, when given, lends its child index to wide nodes.
+PathWalk walk_path(const Log &log, zell_map_ctx *ctx, const zell_datatree &tree, const char *path) noexcept;
 
 } // namespace zell::map

@@ -1,8 +1,12 @@
 // The one heap behind every platform allocation entry point.
 //
-// Each block starts with a header naming its tag's statistics slot and its
-// size, so that realloc keeps the tag and leaks can be read per tag. The
-// slot table is append-only: a slot, once claimed by a tag, keeps it.
+// Each block starts with a one-word header naming its tag's statistics slot
+// and its size, so that realloc keeps the tag and leaks can be read per tag.
+// One word, not two: most of what the library allocates are short strings,
+// and a second word moves many of them into the next size class of the C
+// library's heap. Blocks are therefore aligned to 8 bytes, enough for every
+// record stored in a tree. The slot table is append-only: a slot, once
+// claimed by a tag, keeps it.
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -11,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "zell_host.h"
 #include "alloc_tags.h"
@@ -32,16 +37,21 @@ struct TagSlot {
     std::atomic<unsigned long> total{0};
 };
 
-struct alignas(std::max_align_t) Header {
-    TagSlot *slot;
-    std::size_t size;
-};
-static_assert(sizeof(Header) % alignof(std::max_align_t) == 0);
+TagSlot g_slots[kTagSlots + 1]; // the last one takes every tag past the table
+TagSlot &g_overflow_slot = g_slots[kTagSlots];
+std::atomic<unsigned long> g_reallocs{0};
 
-TagSlot g_slots[kTagSlots];
-TagSlot g_overflow_slot;
-std::atomic<long> g_live{0};
-std::atomic<unsigned long> g_calls{0};
+// The slot's index in the low byte, the block's size above it.
+struct Header {
+    std::uint64_t word;
+
+    TagSlot &slot() const noexcept { return g_slots[word & 0xff]; }
+    std::size_t size() const noexcept { return static_cast<std::size_t>(word >> 8); }
+    void set(const TagSlot &slot, std::size_t size) noexcept {
+        word = (static_cast<std::uint64_t>(size) << 8) | static_cast<std::uint64_t>(&slot - g_slots);
+    }
+};
+static_assert(kTagSlots < 0xff && sizeof(Header) == 8);
 std::atomic<long> g_fail_countdown{0};
 
 bool same_tag(const char *a, const char *b) noexcept {
@@ -50,10 +60,8 @@ bool same_tag(const char *a, const char *b) noexcept {
 
 // Slots fill in order and are never released, so two threads racing to
 // add the same tag meet at the same empty slot and only one claims it.
-TagSlot &slot_for(const char *tag) noexcept {
-    if (tag == nullptr)
-        tag = kUntagged;
-    for (TagSlot &slot : g_slots) {
+TagSlot &find_slot(const char *tag) noexcept {
+    for (TagSlot &slot : std::span(g_slots, kTagSlots)) {
         const char *current = slot.tag.load(std::memory_order_acquire);
         if (current == nullptr && slot.tag.compare_exchange_strong(current, tag, std::memory_order_acq_rel))
             return slot;
@@ -62,6 +70,27 @@ TagSlot &slot_for(const char *tag) noexcept {
     }
     g_overflow_slot.tag.store(kOverflowTag, std::memory_order_relaxed);
     return g_overflow_slot;
+}
+
+// Tags are mostly string literals: each thread remembers the slot of the
+// last tags it met by their address, so that an allocation does not compare
+// its tag with every tag before it in the table. A remembered slot is used
+// only while its tag still reads the same.
+TagSlot &slot_for(const char *tag) noexcept {
+    if (tag == nullptr)
+        tag = kUntagged;
+    struct Seen {
+        const char *tag;
+        TagSlot *slot;
+    };
+    thread_local Seen seen[64];
+    Seen &entry = seen[(reinterpret_cast<std::uintptr_t>(tag) >> 3) & 63];
+    if (entry.tag == tag && entry.slot != &g_overflow_slot &&
+        same_tag(entry.slot->tag.load(std::memory_order_acquire), tag))
+        return *entry.slot;
+    TagSlot &slot = find_slot(tag);
+    entry = {tag, &slot};
+    return slot;
 }
 
 // True when this allocation is the one armed to fail.
@@ -82,19 +111,18 @@ void *user_of(Header *header) noexcept {
 }
 
 constexpr bool too_large(std::size_t size) noexcept {
-    return size > std::numeric_limits<std::size_t>::max() - sizeof(Header);
+    return size > (std::numeric_limits<std::size_t>::max() >> 8) - sizeof(Header);
 }
 
+// Process-wide figures are sums over the slots, so that a block costs as few
+// atomic updates as its tag's statistics need.
 void count_in(TagSlot &slot, std::size_t size) noexcept {
-    g_calls.fetch_add(1, std::memory_order_relaxed);
-    g_live.fetch_add(1, std::memory_order_relaxed);
     slot.live.fetch_add(1, std::memory_order_relaxed);
     slot.live_bytes.fetch_add(size, std::memory_order_relaxed);
     slot.total.fetch_add(1, std::memory_order_relaxed);
 }
 
 void count_out(TagSlot &slot, std::size_t size) noexcept {
-    g_live.fetch_sub(1, std::memory_order_relaxed);
     slot.live.fetch_sub(1, std::memory_order_relaxed);
     slot.live_bytes.fetch_sub(size, std::memory_order_relaxed);
 }
@@ -106,8 +134,7 @@ void *allocate_zeroed(std::size_t size, const char *tag) noexcept {
     if (header == nullptr)
         return nullptr;
     TagSlot &slot = slot_for(tag);
-    header->slot = &slot;
-    header->size = size;
+    header->set(slot, size);
     count_in(slot, size);
     return user_of(header);
 }
@@ -133,19 +160,19 @@ void *rask_named_realloc(void *block, size_t size) noexcept {
     if (injected_failure() || too_large(size))
         return nullptr;
     Header *old_header = header_of(block);
-    const std::size_t old_size = old_header->size;
+    const std::size_t old_size = old_header->size();
     auto *header = static_cast<Header *>(std::realloc(old_header, sizeof(Header) + size));
     if (header == nullptr)
         return nullptr;
-    g_calls.fetch_add(1, std::memory_order_relaxed);
-    TagSlot &slot = *header->slot;
+    g_reallocs.fetch_add(1, std::memory_order_relaxed);
+    TagSlot &slot = header->slot();
     if (size > old_size) {
         slot.live_bytes.fetch_add(size - old_size, std::memory_order_relaxed);
         std::memset(static_cast<unsigned char *>(user_of(header)) + old_size, kGrowthFill, size - old_size);
     } else {
         slot.live_bytes.fetch_sub(old_size - size, std::memory_order_relaxed);
     }
-    header->size = size;
+    header->set(slot, size);
     return user_of(header);
 }
 
@@ -153,7 +180,7 @@ void rask_named_free(void *block) noexcept {
     if (block == nullptr)
         return;
     Header *header = header_of(block);
-    count_out(*header->slot, header->size);
+    count_out(header->slot(), header->size());
     std::free(header);
 }
 
@@ -181,27 +208,30 @@ void zell_host_fail_nth_alloc(long n) noexcept {
 }
 
 long zell_host_live_allocations(void) noexcept {
-    return g_live.load(std::memory_order_relaxed);
+    long live = 0;
+    for (const TagSlot &slot : g_slots)
+        live += slot.live.load(std::memory_order_relaxed);
+    return live;
 }
 
 unsigned long zell_host_allocation_calls(void) noexcept {
-    return g_calls.load(std::memory_order_relaxed);
+    unsigned long calls = g_reallocs.load(std::memory_order_relaxed);
+    for (const TagSlot &slot : g_slots)
+        calls += slot.total.load(std::memory_order_relaxed);
+    return calls;
 }
 
 size_t zell_host_live_bytes(void) noexcept {
-    std::size_t bytes = g_overflow_slot.live_bytes.load(std::memory_order_relaxed);
-    for (const TagSlot &slot : g_slots) {
-        if (slot.tag.load(std::memory_order_acquire) == nullptr)
-            break;
+    std::size_t bytes = 0;
+    for (const TagSlot &slot : g_slots)
         bytes += slot.live_bytes.load(std::memory_order_relaxed);
-    }
     return bytes;
 }
 
 long zell_host_live_by_tag(const char *tag) noexcept {
     if (tag == nullptr)
         tag = kUntagged;
-    for (const TagSlot &slot : g_slots) {
+    for (const TagSlot &slot : std::span(g_slots, kTagSlots)) {
         const char *current = slot.tag.load(std::memory_order_acquire);
         if (current == nullptr)
             break;
@@ -214,7 +244,7 @@ long zell_host_live_by_tag(const char *tag) noexcept {
 const char *zell_host_block_tag(const void *block) noexcept {
     if (block == nullptr)
         return nullptr;
-    return header_of(const_cast<void *>(block))->slot->tag.load(std::memory_order_acquire);
+    return header_of(const_cast<void *>(block))->slot().tag.load(std::memory_order_acquire);
 }
 
 // For gdb: `call zell_host_dump_tags(0)` lists every tag still holding
@@ -231,7 +261,6 @@ __attribute__((used, noinline)) void zell_host_dump_tags(int all) noexcept {
                      slot.total.load(std::memory_order_relaxed));
     };
     std::ranges::for_each(g_slots, dump);
-    dump(g_overflow_slot);
     std::fprintf(stderr, "blocks live: %ld\n", zell_host_live_allocations());
 }
 

@@ -3,7 +3,9 @@
 #include <cstring>
 #include <string>
 #include <tuple>
+#include <vector>
 
+#include "../../platform/host/alloc_tags.h"
 #include "harness.h"
 #include "tree_builder.h"
 
@@ -48,6 +50,24 @@ TEST_F(PlatformTest, LiveBytesFollowEachBlockThroughReallocAndFree) {
         rask_named_free(block);
     EXPECT_EQ(zell_host_live_bytes(), base);
     EXPECT_EQ(zell_host_allocation_calls(), calls + 6) << "failures and frees are no calls";
+}
+
+// Blocks count under their tag's text, whichever copy of it they name and
+// in whatever order tags come, tags at addresses 512 bytes apart included.
+TEST_F(PlatformTest, BlocksCountUnderTheirTagWhateverItsAddress) {
+    alignas(512) static char tags[4][512] = {"T heap a", "T heap b", "T heap c", "T heap a"};
+    const long before[] = {zell_host_live_by_tag("T heap a"), zell_host_live_by_tag("T heap b"),
+                           zell_host_live_by_tag("T heap c")};
+    std::vector<void *> blocks;
+    for (const int i : {0, 1, 2, 3, 1, 0, 2, 2, 3})
+        blocks.push_back(zell_strdup("x", tags[i]));
+    EXPECT_EQ(zell_host_live_by_tag("T heap a"), before[0] + 4);
+    EXPECT_EQ(zell_host_live_by_tag("T heap b"), before[1] + 2);
+    EXPECT_EQ(zell_host_live_by_tag("T heap c"), before[2] + 3);
+    EXPECT_STREQ(zell_host_block_tag(blocks[3]), "T heap a");
+    for (void *block : blocks)
+        rask_named_free(block);
+    EXPECT_EQ(zell_host_live_by_tag("T heap a"), before[0]);
 }
 
 TEST(BoundedStrings, FollowTheirConstraintsAndNeverWritePastTheBound) {
