@@ -245,34 +245,12 @@ int bgp_db_global(bgp_db *db, bgp_global_row *row, char *router_id, size_t route
     return status;
 }
 
-int bgp_db_each_neighbor(bgp_db *db, const char *address, bgp_neighbor_fn fn, void *user) {
-    sqlite3_stmt *stmt = address != NULL ? db->one_neighbor : db->all_neighbors;
-    if (address != NULL)
-        sqlite3_bind_text(stmt, 1, address, -1, SQLITE_TRANSIENT);
+/* Steps stmt to its end, handing each row to on_row; a nonzero answer from
+ * on_row stops the read and is returned. */
+static int each_row(bgp_db *db, sqlite3_stmt *stmt, int (*on_row)(sqlite3_stmt *, void *), void *state) {
     int rc;
     while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        const int key_type = sqlite3_column_type(stmt, 0);
-        row_check r = {stmt, "bgp_neighbor",
-                       key_type == SQLITE_TEXT ? (const char *)sqlite3_column_text(stmt, 0) : NULL, 1};
-        bgp_neighbor_row row;
-        row.neighbor_address = text_column(&r, 0, 0);
-        ipv4_check(&r, 0, row.neighbor_address);
-        row.peer_as = u32_column(&r, 1, 0, NULL);
-        row.description = text_column(&r, 2, 1);
-        row.enabled = bool_column(&r, 3);
-        row.session_state = text_column(&r, 4, 0);
-        if (row.session_state != NULL) {
-            int known = 0;
-            for (size_t i = 0; i < sizeof session_states / sizeof session_states[0]; ++i)
-                known |= strcmp(row.session_state, session_states[i]) == 0;
-            if (!known)
-                bad(&r, 4, "is not a session state");
-        }
-        row.last_established = u32_column(&r, 5, 1, &row.has_last_established);
-        row.link_bandwidth_kbps = u32_column(&r, 6, 1, &row.has_link_bandwidth);
-        if (!r.ok)
-            continue;
-        const int stop = fn(user, &row);
+        const int stop = on_row(stmt, state);
         if (stop != 0) {
             sqlite3_reset(stmt);
             return stop;
@@ -284,32 +262,67 @@ int bgp_db_each_neighbor(bgp_db *db, const char *address, bgp_neighbor_fn fn, vo
     return 0;
 }
 
-int bgp_db_each_afi_safi(bgp_db *db, const char *address, bgp_afi_safi_fn fn, void *user) {
-    sqlite3_stmt *stmt = db->afi_safis;
-    sqlite3_bind_text(stmt, 1, address, -1, SQLITE_TRANSIENT);
-    int rc;
-    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        char key[96];
-        const char *name = sqlite3_column_type(stmt, 0) == SQLITE_TEXT ? (const char *)sqlite3_column_text(stmt, 0)
-                                                                       : "(no name)";
-        snprintf(key, sizeof key, "%s/%s", address, name);
-        row_check r = {stmt, "bgp_afi_safi", key, 1};
-        bgp_afi_safi_row row;
-        row.afi_safi_name = text_column(&r, 0, 0);
-        row.enabled = bool_column(&r, 1);
-        row.prefixes_received = u32_column(&r, 2, 0, NULL);
-        if (!r.ok)
-            continue;
-        const int stop = fn(user, &row);
-        if (stop != 0) {
-            sqlite3_reset(stmt);
-            return stop;
-        }
+typedef struct neighbor_reader {
+    bgp_neighbor_fn fn;
+    void *user;
+} neighbor_reader;
+
+static int read_neighbor(sqlite3_stmt *stmt, void *state) {
+    const neighbor_reader *reader = state;
+    const int key_type = sqlite3_column_type(stmt, 0);
+    row_check r = {stmt, "bgp_neighbor", key_type == SQLITE_TEXT ? (const char *)sqlite3_column_text(stmt, 0) : NULL,
+                   1};
+    bgp_neighbor_row row;
+    row.neighbor_address = text_column(&r, 0, 0);
+    ipv4_check(&r, 0, row.neighbor_address);
+    row.peer_as = u32_column(&r, 1, 0, NULL);
+    row.description = text_column(&r, 2, 1);
+    row.enabled = bool_column(&r, 3);
+    row.session_state = text_column(&r, 4, 0);
+    if (row.session_state != NULL) {
+        int known = 0;
+        for (size_t i = 0; i < sizeof session_states / sizeof session_states[0]; ++i)
+            known |= strcmp(row.session_state, session_states[i]) == 0;
+        if (!known)
+            bad(&r, 4, "is not a session state");
     }
-    if (rc != SQLITE_DONE)
-        return step_error(db, stmt, rc);
-    sqlite3_reset(stmt);
-    return 0;
+    row.last_established = u32_column(&r, 5, 1, &row.has_last_established);
+    row.link_bandwidth_kbps = u32_column(&r, 6, 1, &row.has_link_bandwidth);
+    return r.ok ? reader->fn(reader->user, &row) : 0;
+}
+
+int bgp_db_each_neighbor(bgp_db *db, const char *address, bgp_neighbor_fn fn, void *user) {
+    sqlite3_stmt *stmt = address != NULL ? db->one_neighbor : db->all_neighbors;
+    if (address != NULL)
+        sqlite3_bind_text(stmt, 1, address, -1, SQLITE_TRANSIENT);
+    neighbor_reader reader = {fn, user};
+    return each_row(db, stmt, read_neighbor, &reader);
+}
+
+typedef struct afi_safi_reader {
+    bgp_afi_safi_fn fn;
+    void *user;
+    const char *address;
+} afi_safi_reader;
+
+static int read_afi_safi(sqlite3_stmt *stmt, void *state) {
+    const afi_safi_reader *reader = state;
+    char key[96];
+    const char *name =
+        sqlite3_column_type(stmt, 0) == SQLITE_TEXT ? (const char *)sqlite3_column_text(stmt, 0) : "(no name)";
+    snprintf(key, sizeof key, "%s/%s", reader->address, name);
+    row_check r = {stmt, "bgp_afi_safi", key, 1};
+    bgp_afi_safi_row row;
+    row.afi_safi_name = text_column(&r, 0, 0);
+    row.enabled = bool_column(&r, 1);
+    row.prefixes_received = u32_column(&r, 2, 0, NULL);
+    return r.ok ? reader->fn(reader->user, &row) : 0;
+}
+
+int bgp_db_each_afi_safi(bgp_db *db, const char *address, bgp_afi_safi_fn fn, void *user) {
+    sqlite3_bind_text(db->afi_safis, 1, address, -1, SQLITE_TRANSIENT);
+    afi_safi_reader reader = {fn, user, address};
+    return each_row(db, db->afi_safis, read_afi_safi, &reader);
 }
 
 /* ---- generator ------------------------------------------------------------ */
