@@ -108,7 +108,8 @@ long for_each_alloc_failure(const std::function<zell_map_status(const Arm &)> &b
                             const std::function<void(zell_map_status, bool)> &check, AllocFailure mode) {
     constexpr long kMaxRuns = 100000;
     for (long n = 1; n <= kMaxRuns; ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n) + (mode == AllocFailure::Once ? " fails" : " on fail"));
+        SCOPED_TRACE("allocation " + std::to_string(n) +
+                     (mode == AllocFailure::Once ? " fails" : " on fail"));
         const long live_before = zell_host_thread_live_allocations();
         bool armed = false;
         const zell_map_status status = body([&armed, n, mode] {
