@@ -141,10 +141,13 @@ TEST_F(PlatformTest, DuplicateCopiesDeeplyAndFreeExtReleasesEveryBlock) {
 }
 
 TEST_F(PlatformTest, LogLinesAndTracedTreesReachTheHookUnderTheirHandle) {
-    int32_t cache = -1;
+    int32_t cache = -1, other = -1; // numbered by the first line through them, then kept
     const std::string text(5000, 'x');
     _rask_dt_log_filter_adv(&err_handle, 0, 0, 0, 0, 0, &cache, "ERR: %s=%d", "n", 5);
+    const int32_t site = cache;
     _rask_dt_log_filter_adv(&trc_handle, 0, 0, 0, 0, 0, &cache, "TRC: %s|", text.c_str());
+    _rask_dt_log_filter_adv(nullptr, 0, 0, 0, 0, 0, &other, nullptr);
+    EXPECT_TRUE(site >= 0 && cache == site && other >= 0 && other != site) << site << " " << other;
     _tarlog(&trace_handle, 0x1000000, 0x101, "ERR: f:1 c,t");
     Tree tree; // the tracer writes a line per node, its data only when the data bit is set
     fill(tree.node, N(nullptr, {Shape{"a", "1", {V("b", "not shown")}}, N("c")}));
