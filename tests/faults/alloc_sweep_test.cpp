@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,14 +73,19 @@ enum class Outcome {
     Any,       // the operation documents a change of its own (a value dropped)
 };
 
-struct Case {
-    const char *operation;
-    std::function<void(zell_map_ctx &, World &)> setup;
-    Step call;
-    std::vector<zell_map_status> failures;  // what a failed allocation may return besides OK
-    std::vector<std::string_view> errors{}; // ERR texts a failed allocation may log
+// What a failed allocation may bring about.
+struct Expect {
+    std::vector<zell_map_status> failures;  // statuses besides OK
+    std::vector<std::string_view> errors{}; // ERR texts it may log
     bool always_logs = false;               // a failure status always comes with one of them
     Outcome outcome = Outcome::Partial;
+};
+
+struct Case {
+    const char *operation;
+    Expect expect;
+    std::function<void(zell_map_ctx &, World &)> setup;
+    Step call;
 };
 
 std::vector<std::string> lines(const zell_datatree &node) {
@@ -168,341 +174,186 @@ void outlines(zell_map_ctx &ctx, World &w) {
     add_outline(ctx, w.tree.node, "c|.e|..k : 1|..x : 10|..y : 11|.e|..k : 2|..x : 20|d|.z : 3|f");
 }
 
+// clang-format off
 std::vector<Case> cases() {
     const auto none = [](zell_map_ctx &, World &) {};
+    const Expect no_memory{{NO_MEMORY}}, not_found{{NOT_FOUND}};
+    const Expect inserted{{NO_MEMORY}, {kCopyPath, kSubtrees}};        // a path inserted part-way
+    const Expect added{{NO_MEMORY}, {kSubtrees}, false, Outcome::Untouched};
+    const Expect path_copied{{NO_MEMORY}, {kCopyPath}, true, Outcome::Partial};
     return {
-        // ---- building ------------------------------------------------------
-        {"zell_map_datatree_add_subtree_flagged",
-         filter_and_response,
+        // ---- building ------------------------------------------------------------------------------------
+        {"zell_map_datatree_add_subtree_flagged", added, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_subtree_flagged(&c, &w.tree->subtrees[0], "d", kNs, "2", nullptr,
+                                                         &w.found, 0, ZELL_MAP_FLAG_IGNORE_NS); }},
+        {"zell_map_datatree_add_subtree", added, none, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_subtree(&c, w.tree.get(), "a", kNs, "1", w.tree.get(), &w.found, 1); }},
+        // reuses b: a failed copy leaves it without a value
+        {"zell_map_datatree_add_subtree", {{NO_MEMORY}, {kDuplicate}, true, Outcome::Any}, filter_and_response,
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_subtree_flagged(&c, &w.tree->subtrees[0], "d", kNs, "2", nullptr,
-                                                          &w.found, 0, ZELL_MAP_FLAG_IGNORE_NS);
-         },
-         {NO_MEMORY},
-         {kSubtrees},
-         false,
-         Outcome::Untouched},
-        {"zell_map_datatree_add_subtree",
-         none,
+            return zell_map_datatree_add_subtree(&c, &w.tree->subtrees[0], "b", kNs, "2", nullptr, nullptr, 0); }},
+        {"zell_map_datatree_add_subtree_with_data", added,
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_subtree(&c, w.tree.get(), "a", kNs, "1", w.tree.get(), &w.found, 1);
-         },
-         {NO_MEMORY},
-         {kSubtrees},
-         false,
-         Outcome::Untouched},
-        {"zell_map_datatree_add_subtree",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) { // reuses b, replacing its value
-             return zell_map_datatree_add_subtree(&c, &w.tree->subtrees[0], "b", kNs, "2", nullptr, nullptr,
-                                                  0);
-         },
-         {NO_MEMORY},
-         {kDuplicate},
-         true,
-         Outcome::Any},
-        {"zell_map_datatree_add_subtree_with_data",
-         [](zell_map_ctx &c, World &w) {
-             filter_and_response(c, w);
-             fill(w.other.node, N(nullptr, {N("s", {V("t", "1"), V("u", "2")})}));
+            filter_and_response(c, w);
+            fill(w.other.node, N(nullptr, {N("s", {V("t", "1"), V("u", "2")})}));
          },
          [](zell_map_ctx &c, World &w) {
-             zell_datatree &source = w.other->subtrees[0];
-             const zell_map_status status =
-                 zell_map_datatree_add_subtree_with_data(&c, w.tree.get(), &source, 0);
-             if (status == OK) // the children moved: the source lets go of them
-                 source.subtrees = nullptr, source.n_subtrees = 0;
-             return status;
-         },
-         {NO_MEMORY},
-         {kSubtrees},
-         false,
-         Outcome::Untouched},
-        {"zell_map_add_subtrees_from_source_to_target",
+            zell_datatree &source = w.other->subtrees[0];
+            const zell_map_status status = zell_map_datatree_add_subtree_with_data(&c, w.tree.get(), &source, 0);
+            if (status == OK) // the children moved: the source lets go of them
+                source.subtrees = nullptr, source.n_subtrees = 0;
+            return status;
+         }},
+        {"zell_map_add_subtrees_from_source_to_target", {{NO_MEMORY}, {kSubtrees}},
          [](zell_map_ctx &c, World &w) {
-             filter_and_response(c, w);
-             fill(w.other.node, N(nullptr, {N("s", {V("t", "1")}), N("u", {V("v", "2")})}));
+            filter_and_response(c, w);
+            fill(w.other.node, N(nullptr, {N("s", {V("t", "1")}), N("u", {V("v", "2")})}));
          },
          [](zell_map_ctx &c, World &w) {
-             return zell_map_add_subtrees_from_source_to_target(&c, w.tree.get(), w.other.get());
-         },
-         {NO_MEMORY},
-         {kSubtrees}},
-        {"zell_map_datatree_remove_last_subtree",
-         filter_and_response, // a failed shrink keeps the array
+            return zell_map_add_subtrees_from_source_to_target(&c, w.tree.get(), w.other.get()); }},
+        // a failed shrink keeps the larger array
+        {"zell_map_datatree_remove_last_subtree", {{}, {}, false, Outcome::Same}, filter_and_response,
+         [](zell_map_ctx &c, World &w) { return zell_map_datatree_remove_last_subtree(&c, &w.tree->subtrees[0]); }},
+        {"zell_map_datatree_add_path_common_flagged", inserted, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_path_common_flagged(&c, w.tree.get(), "a/c/d/e", kNs, "v", nullptr,
+                                                             &w.found, 0, ZELL_MAP_FLAG_IGNORE_NS); }},
+        {"zell_map_datatree_add_path_common", inserted, none, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_path_common(&c, w.tree.get(), "x/y", kNs, nullptr, nullptr, nullptr, 1); }},
+        // under the open list context, the path recorded
+        {"zell_map_datatree_add_path_flagged", inserted,
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_remove_last_subtree(&c, &w.tree->subtrees[0]);
-         },
-         {},
-         {},
-         false,
-         Outcome::Same},
-        {"zell_map_datatree_add_path_common_flagged",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_path_common_flagged(&c, w.tree.get(), "a/c/d/e", kNs, "v", nullptr,
-                                                              &w.found, 0, ZELL_MAP_FLAG_IGNORE_NS);
-         },
-         {NO_MEMORY},
-         {kCopyPath, kSubtrees}},
-        {"zell_map_datatree_add_path_common",
-         none,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_path_common(&c, w.tree.get(), "x/y", kNs, nullptr, nullptr, nullptr,
-                                                      1);
-         },
-         {NO_MEMORY},
-         {kCopyPath, kSubtrees}},
-        {"zell_map_datatree_add_path_flagged",
-         [](zell_map_ctx &c, World &w) { // under the open list context, the path recorded
-             filter_and_response(c, w);
-             c.request->trim_path = owned("a");
-             c.request->list_node = &w.tree->subtrees[0];
-             c.request->xpath_mode = 2;
+            filter_and_response(c, w);
+            c.request->trim_path = owned("a");
+            c.request->list_node = &w.tree->subtrees[0];
+            c.request->xpath_mode = 2;
          },
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_path_flagged(&c, w.tree.get(), "a/c/d", kNs, "v", nullptr, nullptr,
-                                                       0, ZELL_MAP_FLAG_TRIM_LIST);
-         },
-         {NO_MEMORY},
-         {kCopyPath, kSubtrees}},
-        {"zell_map_datatree_add_path",
-         [](zell_map_ctx &c, World &w) { // asks the request's filter first
-             filter_and_response(c, w);
-             c.request->datatree = w.filter.get();
-             c.request->flags = ZELL_MAP_REQUEST_FILTER;
+            return zell_map_datatree_add_path_flagged(&c, w.tree.get(), "a/c/d", kNs, "v", nullptr, nullptr, 0,
+                                                      ZELL_MAP_FLAG_TRIM_LIST); }},
+        // asks the request's filter first
+        {"zell_map_datatree_add_path", inserted,
+         [](zell_map_ctx &c, World &w) {
+            filter_and_response(c, w);
+            c.request->datatree = w.filter.get();
+            c.request->flags = ZELL_MAP_REQUEST_FILTER;
          },
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_path(&c, w.tree.get(), "a/b/z", kNs, "v", nullptr, nullptr, 0);
-         },
-         {NO_MEMORY},
-         {kCopyPath, kSubtrees}},
-        {"zell_map_datatree_get_last_subtree",
-         bgp_neighbor,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_get_last_subtree(&c, w.tree.get(), "bgp/neighbors", &w.found);
-         },
-         {NO_MEMORY},
-         {kCopyPath, kSubtrees}},
-        // ---- lookup, namespaces, printing -----------------------------------
-        {"zell_map_datatree_get_subtree_num",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_get_subtree_num(&c, &w.tree->subtrees[0], "a/c", &w.count);
-         },
-         {NO_MEMORY},
-         {kCopyPath},
-         true},
-        {"zell_map_datatree_add_data_ns",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_data_ns(&c, &w.tree->subtrees[0], "a/b", "urn:data");
-         },
-         {NO_MEMORY},
-         {kCopyPath, "Failed to copy data ns"},
-         true},
-        {"zell_map_print_subtrees",
-         [](zell_map_ctx &c, World &w) {
-             filter_and_response(c, w);
-             for (zell_datatree *node : {&w.tree->subtrees[0].subtrees[0], &w.tree->subtrees[0].subtrees[1]})
-                 node->insert.position = 2, node->presence |= ZELL_DATATREE_HAS_INSERT;
+            return zell_map_datatree_add_path(&c, w.tree.get(), "a/b/z", kNs, "v", nullptr, nullptr, 0); }},
+        {"zell_map_datatree_get_last_subtree", inserted, bgp_neighbor, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_get_last_subtree(&c, w.tree.get(), "bgp/neighbors", &w.found); }},
+        // ---- lookup, namespaces, printing ----------------------------------------------------------------
+        {"zell_map_datatree_get_subtree_num", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_get_subtree_num(&c, &w.tree->subtrees[0], "a/c", &w.count); }},
+        {"zell_map_datatree_add_data_ns", {{NO_MEMORY}, {kCopyPath, "Failed to copy data ns"}, true},
+         filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_data_ns(&c, &w.tree->subtrees[0], "a/b", "urn:data"); }},
+        {"zell_map_print_subtrees", no_memory,
+         [](zell_map_ctx &c, World &w) { // b and c carry an insert attribute
+            filter_and_response(c, w);
+            for (zell_datatree &node : std::span(w.tree->subtrees[0].subtrees, 2))
+                node.insert.position = 2, node.presence |= ZELL_DATATREE_HAS_INSERT;
          },
          [](zell_map_ctx &, World &w) {
-             testing::internal::CaptureStdout();
-             const zell_map_status status = zell_map_print_subtrees(w.tree.get(), 0, 0);
-             testing::internal::GetCapturedStdout();
-             return status;
-         },
-         {NO_MEMORY}},
-        // ---- filtering -------------------------------------------------------
-        {"zell_map_dfs_stack_push",
-         filter_and_response,
+            testing::internal::CaptureStdout();
+            const zell_map_status status = zell_map_print_subtrees(w.tree.get(), 0, 0);
+            testing::internal::GetCapturedStdout();
+            return status;
+         }},
+        // ---- filtering -----------------------------------------------------------------------------------
+        {"zell_map_dfs_stack_push", not_found, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return yes_no(zell_map_dfs_stack_push(&c, &w.stack, w.filter.get(), w.tokens, 0, 1)); }},
+        {"zell_map_dfs_mark_stack_push", not_found, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return yes_no(zell_map_dfs_mark_stack_push(&c, &w.stack, w.filter.get(), w.tree.get(), 1, 1)); }},
+        {"zell_map_dfs_sweep_stack_push", not_found, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return yes_no(zell_map_dfs_sweep_stack_push(&c, &w.stack, w.tree.get(), 1)); }},
+        {"zell_map_dfs_filter_schema", not_found, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return yes_no(zell_map_dfs_filter_schema(&c, w.filter.get(), "a/b", 0)); }},
+        {"zell_map_dfs_process_node", not_found,
          [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_dfs_stack_push(&c, &w.stack, w.filter.get(), w.tokens, 0, 1));
-         },
-         {NOT_FOUND}},
-        {"zell_map_dfs_mark_stack_push",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_dfs_mark_stack_push(&c, &w.stack, w.filter.get(), w.tree.get(), 1, 1));
-         },
-         {NOT_FOUND}},
-        {"zell_map_dfs_sweep_stack_push",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_dfs_sweep_stack_push(&c, &w.stack, w.tree.get(), 1));
-         },
-         {NOT_FOUND}},
-        {"zell_map_dfs_filter_schema",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_dfs_filter_schema(&c, w.filter.get(), "a/b", 0));
-         },
-         {NOT_FOUND}},
-        {"zell_map_dfs_process_node",
-         [](zell_map_ctx &c, World &w) {
-             filter_and_response(c, w);
-             w.elem.node = w.filter.get(), w.elem.depth = 1;
+            filter_and_response(c, w);
+            w.elem.node = w.filter.get(), w.elem.depth = 1;
          },
          [](zell_map_ctx &c, World &w) { // pushes the filter's a
-             return yes_no(!zell_map_dfs_process_node(&c, &w.stack, &w.elem, w.tokens, 3, 0) &&
-                           !rask_queue_empty(&w.stack));
-         },
-         {NOT_FOUND}},
-        {"zell_map_dfs_filter_mark",
-         outlines,
-         [](zell_map_ctx &c, World &w) { return zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get()); },
-         {},
-         {},
-         false,
-         Outcome::Unmarked},
-        {"zell_map_dfs_process_mark",
+            return yes_no(!zell_map_dfs_process_node(&c, &w.stack, &w.elem, w.tokens, 3, 0) &&
+                          !rask_queue_empty(&w.stack)); }},
+        {"zell_map_dfs_filter_mark", {{}, {}, false, Outcome::Unmarked}, outlines, [](zell_map_ctx &c, World &w) {
+            return zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get()); }},
+        {"zell_map_dfs_process_mark", {{}, {}, false, Outcome::Unmarked},
          [](zell_map_ctx &c, World &w) {
-             outlines(c, w);
-             w.mark_elem.level = 1, w.mark_elem.node = w.filter.get(), w.mark_elem.data_node = w.tree.get();
+            outlines(c, w);
+            w.mark_elem.level = 1, w.mark_elem.node = w.filter.get(), w.mark_elem.data_node = w.tree.get();
          },
-         [](zell_map_ctx &c, World &w) { return zell_map_dfs_process_mark(&c, &w.stack, &w.mark_elem); },
-         {},
-         {},
-         false,
-         Outcome::Unmarked},
-        {"zell_map_dfs_filter_sweep",
+         [](zell_map_ctx &c, World &w) { return zell_map_dfs_process_mark(&c, &w.stack, &w.mark_elem); }},
+        {"zell_map_dfs_filter_sweep", {{}, {}, false, Outcome::Unswept},
          [](zell_map_ctx &c, World &w) {
-             outlines(c, w);
-             zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get());
+            outlines(c, w);
+            zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get());
          },
-         [](zell_map_ctx &c, World &w) { return zell_map_dfs_filter_sweep(&c, w.tree.get()); },
-         {},
-         {},
-         false,
-         Outcome::Unswept},
-        {"zell_map_dfs_process_sweep",
+         [](zell_map_ctx &c, World &w) { return zell_map_dfs_filter_sweep(&c, w.tree.get()); }},
+        {"zell_map_dfs_process_sweep", {{}, {}, false, Outcome::Unswept},
          [](zell_map_ctx &c, World &w) {
-             outlines(c, w);
-             zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get());
-             w.mark_elem.level = 1, w.mark_elem.node = w.tree.get();
+            outlines(c, w);
+            zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get());
+            w.mark_elem.level = 1, w.mark_elem.node = w.tree.get();
          },
-         [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_dfs_process_sweep(&c, &w.stack, &w.mark_elem));
-         },
-         {},
-         {},
-         false,
-         Outcome::Unswept},
-        {"zell_map_datatree_filter_get_response",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_filter_get_response(&c, w.filter.get(), "a/b", 0, 0);
-         },
-         {NO_MEMORY},
-         {kCopyPath},
-         true},
-        {"zell_map_get_subtree_from_key",
-         filter_and_response,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_get_subtree_from_key(&c, &w.tree->subtrees[0], "a/b", "1", nullptr);
-         },
-         {NO_MEMORY},
-         {kCopyPath},
-         true},
-        // ---- lists and request state ----------------------------------------
-        {"zell_map_iterate_list",
-         bgp_neighbor,
-         [](zell_map_ctx &c, World &w) {
-             w.found = &w.tree->subtrees[0].subtrees[0];
-             return zell_map_iterate_list(&c, &w.found, "neighbor-address", "10.0.0.1", kNeighbor, nullptr);
-         },
-         {NOT_FOUND}},
-        {"zell_map_search_list",
-         bgp_neighbor,
-         [](zell_map_ctx &c, World &w) {
-             return zell_map_search_list(&c, w.tree.get(), &w.found, kNeighbor, "10.0.0.1",
-                                         "neighbor-address", kBgp);
-         },
-         {NOT_FOUND}},
+         [](zell_map_ctx &c, World &w) { return yes_no(zell_map_dfs_process_sweep(&c, &w.stack, &w.mark_elem)); }},
+        {"zell_map_datatree_filter_get_response", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_filter_get_response(&c, w.filter.get(), "a/b", 0, 0); }},
+        {"zell_map_get_subtree_from_key", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_get_subtree_from_key(&c, &w.tree->subtrees[0], "a/b", "1", nullptr); }},
+        // ---- lists and request state ---------------------------------------------------------------------
+        {"zell_map_iterate_list", not_found, bgp_neighbor, [](zell_map_ctx &c, World &w) {
+            w.found = &w.tree->subtrees[0].subtrees[0];
+            return zell_map_iterate_list(&c, &w.found, "neighbor-address", "10.0.0.1", kNeighbor, nullptr); }},
+        {"zell_map_search_list", not_found, bgp_neighbor, [](zell_map_ctx &c, World &w) {
+            return zell_map_search_list(&c, w.tree.get(), &w.found, kNeighbor, "10.0.0.1", "neighbor-address",
+                                        kBgp); }},
         {"zell_map_search_or_add_list",
-         bgp_neighbor,
+         {{NO_MEMORY, NOT_FOUND}, {"Failed to allocate for key path!", kCopyPath, kSubtrees}}, bgp_neighbor,
          [](zell_map_ctx &c, World &w) {
-             return zell_map_search_or_add_list(&c, w.tree.get(), &w.found, kNeighbor, "10.0.0.2",
-                                                "neighbor-address", kBgp);
-         },
-         {NO_MEMORY, NOT_FOUND},
-         {"Failed to allocate for key path!", kCopyPath, kSubtrees}},
-        {"zell_map_copy_trim_path_list_ctx",
-         none,
-         [](zell_map_ctx &c, World &) { return zell_map_copy_trim_path_list_ctx(&c, kNeighbor); },
-         {NOT_FOUND}},
-        {"zell_map_datatree_add_list_node",
-         bgp_neighbor,
+            return zell_map_search_or_add_list(&c, w.tree.get(), &w.found, kNeighbor, "10.0.0.2",
+                                               "neighbor-address", kBgp); }},
+        {"zell_map_copy_trim_path_list_ctx", not_found, none,
+         [](zell_map_ctx &c, World &) { return zell_map_copy_trim_path_list_ctx(&c, kNeighbor); }},
+        {"zell_map_datatree_add_list_node", added, bgp_neighbor, [](zell_map_ctx &c, World &w) {
+            return zell_map_datatree_add_list_node(&c, &w.tree->subtrees[0].subtrees[0], "neighbor", kBgp,
+                                                   "neighbor-address", "10.0.0.2", &w.found); }},
+        {"zell_map_is_list_node_already_present", {{NOT_FOUND}, {kCopyPath, kSubtrees}}, bgp_neighbor,
          [](zell_map_ctx &c, World &w) {
-             return zell_map_datatree_add_list_node(&c, &w.tree->subtrees[0].subtrees[0], "neighbor", kBgp,
-                                                    "neighbor-address", "10.0.0.2", &w.found);
-         },
-         {NO_MEMORY},
-         {kSubtrees},
-         false,
-         Outcome::Untouched},
-        {"zell_map_is_list_node_already_present",
-         bgp_neighbor,
-         [](zell_map_ctx &c, World &w) {
-             return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), "bgp/neighbors", nullptr,
-                                                                 "neighbor-address", "10.0.0.1", &w.found));
-         },
-         {NOT_FOUND},
-         {kCopyPath, kSubtrees}},
-        {"zell_map_add_to_node_hierarchy",
-         filter_and_response, // the level is pushed all the same
-         [](zell_map_ctx &c, World &w) {
-             const zell_map_status status = zell_map_add_to_node_hierarchy(&c, &w.tree->subtrees[0], 1);
-             return status == OK ? zell_map_add_to_node_hierarchy(&c, &w.tree->subtrees[0].subtrees[0], 2)
-                                 : status;
-         },
-         {}},
-        {"zell_map_update_current_list_node",
-         none,
-         [](zell_map_ctx &c, World &) { return zell_map_update_current_list_node(&c, "/bgp/neighbors"); },
-         {NO_MEMORY},
-         {"Failed to copy path name!"},
-         true},
-        {"zell_map_util_itree_stack_push",
-         none,
-         [](zell_map_ctx &c, World &w) {
-             const zell_map_status status = zell_map_util_itree_stack_push(&c, nullptr, 0, 1);
-             return status == OK ? zell_map_util_itree_stack_push(&c, w.tree.get(), 1, 2) : status;
-         },
-         {NO_MEMORY}},
-        {"zell_map_util_itree_stack_push",
+            return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), "bgp/neighbors", nullptr,
+                                                                "neighbor-address", "10.0.0.1", &w.found)); }},
+        // the level is pushed all the same
+        {"zell_map_add_to_node_hierarchy", {{}}, filter_and_response, [](zell_map_ctx &c, World &w) {
+            const zell_map_status status = zell_map_add_to_node_hierarchy(&c, &w.tree->subtrees[0], 1);
+            return status == OK ? zell_map_add_to_node_hierarchy(&c, &w.tree->subtrees[0].subtrees[0], 2)
+                                : status; }},
+        {"zell_map_update_current_list_node", {{NO_MEMORY}, {"Failed to copy path name!"}, true}, none,
+         [](zell_map_ctx &c, World &) { return zell_map_update_current_list_node(&c, "/bgp/neighbors"); }},
+        {"zell_map_util_itree_stack_push", no_memory, none, [](zell_map_ctx &c, World &w) {
+            const zell_map_status status = zell_map_util_itree_stack_push(&c, nullptr, 0, 1);
+            return status == OK ? zell_map_util_itree_stack_push(&c, w.tree.get(), 1, 2) : status; }},
+        {"zell_map_util_itree_stack_push", no_memory,
          [](zell_map_ctx &, World &w) { // an array of two instances for the stack to own
-             w.instances = static_cast<zell_datatree *>(rask_named_calloc_(2, sizeof(zell_datatree), "T", 0));
-             w.instances[0].tag = owned(ZELL_MAP_LIST_INSTANCE_NODE);
-             fill(w.instances[1], N("i", {V("k", "1")}));
+            w.instances = static_cast<zell_datatree *>(rask_named_calloc_(2, sizeof(zell_datatree), "T", 0));
+            w.instances[0].tag = owned(ZELL_MAP_LIST_INSTANCE_NODE);
+            fill(w.instances[1], N("i", {V("k", "1")}));
          },
          [](zell_map_ctx &c, World &w) {
-             const zell_map_status status = zell_map_util_itree_stack_push(&c, w.instances, 2, 1);
-             if (status == OK)
-                 w.instances = nullptr;
-             return status;
-         },
-         {NO_MEMORY}},
-        // ---- values ----------------------------------------------------------
-        {"zell_map_data_conv",
-         none,
-         [](zell_map_ctx &, World &w) {
-             return zell_map_data_conv(ZELL_MAP_DATA_CONV_KBS_TO_BPS, "5", &w.out);
-         },
-         {NO_MEMORY}},
-        {"zell_map_data_kbs_uint32_yang_bps_uint64",
-         none,
-         [](zell_map_ctx &, World &w) { return zell_map_data_kbs_uint32_yang_bps_uint64("5", 1, &w.out); },
-         {NO_MEMORY}},
-        {"zell_map_data_intf_secs_uint32_to_yang_date_and_time",
-         none,
-         [](zell_map_ctx &, World &w) {
-             return zell_map_data_intf_secs_uint32_to_yang_date_and_time("5", 1, &w.out);
-         },
-         {NO_MEMORY}},
+            const zell_map_status status = zell_map_util_itree_stack_push(&c, w.instances, 2, 1);
+            if (status == OK)
+                w.instances = nullptr;
+            return status;
+         }},
+        // ---- values --------------------------------------------------------------------------------------
+        {"zell_map_data_conv", no_memory, none, [](zell_map_ctx &, World &w) {
+            return zell_map_data_conv(ZELL_MAP_DATA_CONV_KBS_TO_BPS, "5", &w.out); }},
+        {"zell_map_data_kbs_uint32_yang_bps_uint64", no_memory, none, [](zell_map_ctx &, World &w) {
+            return zell_map_data_kbs_uint32_yang_bps_uint64("5", 1, &w.out); }},
+        {"zell_map_data_intf_secs_uint32_to_yang_date_and_time", no_memory, none, [](zell_map_ctx &, World &w) {
+            return zell_map_data_intf_secs_uint32_to_yang_date_and_time("5", 1, &w.out); }},
     };
 }
+// clang-format on
 
 using AllocSweep = MapTest;
 
@@ -535,7 +386,8 @@ TEST_F(AllocSweep, EveryAllocatingOperationFailsCleanlyAtEveryAllocationOnceAndF
                     return c.call(ctx, *world);
                 },
                 [&](zell_map_status status, bool injected) {
-                    const bool documented = std::ranges::find(c.failures, status) != c.failures.end();
+                    const Expect &e = c.expect;
+                    const bool documented = std::ranges::find(e.failures, status) != e.failures.end();
                     EXPECT_TRUE(status == OK || (injected && documented)) << std::hex << status;
                     bool logged = false;
                     for (const LogLine &line : log.lines()) {
@@ -543,12 +395,12 @@ TEST_F(AllocSweep, EveryAllocatingOperationFailsCleanlyAtEveryAllocationOnceAndF
                             continue;
                         const std::string_view text =
                             std::string_view(line.text).substr(line.text.find(',') + 1);
-                        EXPECT_TRUE(injected && std::ranges::find(c.errors, text) != c.errors.end())
+                        EXPECT_TRUE(injected && std::ranges::find(e.errors, text) != e.errors.end())
                             << line.text;
                         logged = true;
                     }
-                    EXPECT_TRUE(logged || !c.always_logs || status == OK) << "failed without its ERR line";
-                    EXPECT_TRUE(fits(c.outcome, status != OK, before, lines(world->tree.node), clean));
+                    EXPECT_TRUE(logged || !e.always_logs || status == OK) << "failed without its ERR line";
+                    EXPECT_TRUE(fits(e.outcome, status != OK, before, lines(world->tree.node), clean));
                     for (const Tree *tree : {&world->filter, &world->other})
                         outline_of(tree->node); // printable
                     world.reset();
