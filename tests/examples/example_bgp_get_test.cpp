@@ -118,6 +118,37 @@ TEST_F(ExampleBgpGet, NeighborFilterAnswersThatNeighborsPartOfEverything) {
                                                         rest);
 }
 
+// Each allocation of a whole filtered request failing, once or for good. A
+// failed filter walk answers "not selected", unmarked or unswept, so the
+// answer may lack parts or keep extra ones without a failure status; but it
+// prints, and the request leaves nothing behind.
+TEST_F(ExampleBgpGet, EveryAllocationOfARequestFailingLeavesNothingBehind) {
+    for (const bgp_filter_kind kind : {BGP_FILTER_NEIGHBOR_STATE, BGP_FILTER_PEER_AS}) {
+        const std::string clean = Get(kind, "10.0.0.2");
+        for (const AllocFailure mode : {AllocFailure::Once, AllocFailure::ForGood}) {
+            zell_datatree filter_top{}, response_top{};
+            zell_datatree *filter = nullptr, *response = nullptr;
+            const long runs = for_each_alloc_failure(
+                [&](const Arm &arm) {
+                    EXPECT_EQ(bgp_filter_build(&ctx, kind, "10.0.0.2", &filter_top, &filter), ZELL_MAP_OK);
+                    request.datatree = filter;
+                    request.flags = ZELL_MAP_REQUEST_FILTER;
+                    arm();
+                    return bgp_get(&ctx, &device, &response_top, &response);
+                },
+                [&](zell_map_status status, bool injected) {
+                    const std::string printed = outline_of(response_top);
+                    EXPECT_TRUE(injected || (status == ZELL_MAP_OK && printed == clean));
+                    zell_map_request_release(&ctx);
+                    mova_zell_datatree_free_ext(&response_top, zell_gpb_free, 0, 0);
+                    mova_zell_datatree_free_ext(&filter_top, zell_gpb_free, 0, 0);
+                },
+                mode);
+            EXPECT_GT(runs, 50);
+        }
+    }
+}
+
 TEST_F(ExampleBgpGet, NoSessionMeansNoConnectionAndNoResponse) {
     msg.session_id = kSession + 1;
     zell_datatree top{};
