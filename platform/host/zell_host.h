@@ -21,9 +21,9 @@ extern "C" {
 #endif
 
 /**
- * Back to defaults: no allocation fault armed on the calling thread, no log hook, router type 0,
- * empty session table, tracer call count 0. Live-allocation counting goes
- * on (blocks handed out before stay counted).
+ * Back to defaults: no allocation fault armed on the calling thread, no
+ * log hook, router type 0, empty session table, tracer call count 0.
+ * Live-allocation counting goes on (blocks handed out before stay counted).
  */
 ZELL_PLATFORM_API void zell_host_reset(void) ZELL_PLATFORM_NOEXCEPT;
 
