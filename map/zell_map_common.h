@@ -18,19 +18,29 @@
  *
  * Conventions that hold for every operation unless its comment says
  * otherwise:
- *  - ctx is the caller's per-request context; operations that log need a
- *    non-NULL ctx (without one they still answer, but log nothing).
- *  - Operations return a zell_map_status; 0 (ZELL_MAP_OK) is success.
- *    Predicates (names with _is_, _does_, _match) return 1 or 0.
+ *  - ctx is the caller's per-request context, with ctx->request pointing
+ *    at the request record: pass both. Given a NULL ctx an operation logs
+ *    nothing, and those that need the request record refuse: path
+ *    insertion (zell_map_datatree_add_path[_flagged], unless
+ *    ZELL_MAP_FLAG_NO_REROOT) and zell_map_search_or_add_list return
+ *    ZELL_MAP_ERR_NOT_FOUND and insert nothing, the schema filter answers
+ *    0, mark and sweep do nothing. Each operation's comment says what it
+ *    does without one.
+ *  - Operations return a zell_map_status; 0 (ZELL_MAP_OK) is success and
+ *    zell_map_status_str() names the others. Predicates (names with _is_,
+ *    _does_, _match) return 1 or 0.
  *  - Every string and child array stored in a zell_datatree belongs to that
  *    node and is released with it (mova_zell_datatree_free_ext). Strings
  *    passed in are copied; nothing the caller passes is kept.
  *  - Paths are tag names separated by "/"; runs of separators count as one
  *    and leading or trailing separators are ignored ("/a//b/" is a, b).
- *  - Log lines go to ctx's log filters (when its debug level enables them)
- *    as "ERR: ZELL: ctx=%p,<text>" / "TRC: ZELL: ctx=%p,<text>", and to its
- *    trace buffer (when trace_on is set) as "ERR: <function>:<line>
- *    ctx=%p,<text>". Building operations trace "Start" and "End".
+ *    There is no key syntax: a walk along a path takes, at each level, the
+ *    first child of that name (for list entries, the first instance).
+ *  - Log lines go to ctx's log filters when debug[0] enables their level
+ *    (ZELL_MAP_DEBUG_ERR, ZELL_MAP_DEBUG_TRC) as "ERR: ZELL: ctx=%p,<text>"
+ *    / "TRC: ZELL: ctx=%p,<text>", and to its trace buffer when trace_on is
+ *    set as "<LVL>: <function>:<line> ctx=%p,<text>" (LVL is ERR or TRC,
+ *    cut to 1023 characters). Building operations trace "Start" and "End".
  *  - No operation keeps per-call state anywhere but in its arguments (the
  *    only shared state is the IPv4 pattern, compiled once and read-only):
  *    separate contexts and trees may be used on separate threads at once.

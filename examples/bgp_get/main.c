@@ -102,7 +102,7 @@ int main(int argc, char **argv) {
     if (status == ZELL_MAP_OK)
         status = zell_map_print_subtrees(&response_top, 0, 0);
     if (status != ZELL_MAP_OK)
-        fprintf(stderr, "bgp_get failed: status 0x%08x\n", (unsigned)status);
+        fprintf(stderr, "bgp_get failed: %s\n", zell_map_status_str(status));
 
     zell_map_request_release(&ctx);
     mova_zell_datatree_free_ext(&response_top, zell_gpb_free, 0, 0);

@@ -45,6 +45,14 @@ typedef uint32_t zell_map_status;
 /** A node's data namespace is missing or differs from the expected one. */
 #define ZELL_MAP_ERR_NS_MISMATCH ((zell_map_status)0xaaf2e600u)
 
+/**
+ * Name and one-line meaning of @p status, for log and error messages:
+ * "ZELL_MAP_ERR_NOT_FOUND: something looked for is absent, ...".
+ * @return a static string, never NULL; "unknown status" for a value that is
+ *         not one of the ZELL_MAP_* statuses above.
+ */
+ZELL_MAP_API const char *zell_map_status_str(zell_map_status status) ZELL_MAP_NOEXCEPT;
+
 /* ======================================================================== */
 /* Capacities                                                               */
 /* ======================================================================== */
@@ -263,11 +271,20 @@ typedef struct zell_map_request {
     int32_t xpath_mode; /**< 0 off; 2 record and insert whole; other: record, insert without last component */
 } zell_map_request;
 
+/*
+ * Bits of zell_map_ctx::debug[0] that turn the log filters on, as the host
+ * platform's zell_debug_should_log reads them (bit n enables level n): ERR
+ * lines go to err_log, TRC lines to trc_log. The trace buffer does not
+ * depend on them: trace_on sends every line there.
+ */
+#define ZELL_MAP_DEBUG_ERR 0x01u /**< level 0: ERR lines to err_log */
+#define ZELL_MAP_DEBUG_TRC 0x08u /**< level 3: TRC lines to trc_log */
+
 /** Per-request context handed to every operation that logs. */
 typedef struct zell_map_ctx {
     zell_req_ctx *req_ctx;      /**< the framework's request context */
     zell_map_request *request;  /**< the request being served */
-    uint32_t debug[2];          /**< debug-level settings, handed to zell_debug_should_log */
+    uint32_t debug[2];          /**< debug level, handed to zell_debug_should_log: ZELL_MAP_DEBUG_* in debug[0] */
     void *err_log;              /**< log filter for ERR lines */
     void *trc_log;              /**< log filter for TRC lines */
     void *trace_buf;            /**< trace buffer */

@@ -50,10 +50,23 @@ ZELL_MAP_API uint32_t zell_map_str_to_array(char *str, char **array, int32_t max
 /* ======================================================================== */
 
 /**
- * Does the subtree filter rooted at @p root select @p path (relative to
- * root, not modified)? @p accept_partial 1 also accepts a path that ends
- * on the way to a selection.
- * @return 1 when selected, else 0 (also for NULL arguments or a failed copy).
+ * Does the subtree filter rooted at @p root select @p path? Compares tags
+ * only: a filter entry naming one list instance selects the paths of every
+ * instance. Path insertion asks it with the request's datatree.
+ *
+ * @param[in] ctx    Request context; NULL answers 0.
+ * @param[in] root   The filter's top container, a tagged node (for a get
+ *                   on the interfaces model, the filter's "interfaces"
+ *                   node): an untagged wrapper record answers 0.
+ * @param[in] path   Relative to root: its first component is matched
+ *                   against root's children ("interface/config/mtu").
+ *                   Not modified. Only its first 199 components
+ *                   (ZELL_MAP_DFS_TOKENS_MAX - 1, root's tag takes a slot)
+ *                   are read; a longer path is judged by them.
+ * @param[in] accept_partial 1 also accepts a path that ends on the way to
+ *                   a selection (the filter goes on below its last node).
+ * @return 1 when selected, else 0 (also for NULL arguments, an untagged
+ *         root or a failed copy).
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_schema(zell_map_ctx *ctx, zell_datatree *root, const char *path,
                                                  int32_t accept_partial) ZELL_MAP_NOEXCEPT;
@@ -79,11 +92,23 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
  * Neither tree changes shape; the filter is only read. Marks are expected
  * clear on entry; nothing is cleared.
  *
+ * Hand it the two top containers: the filter's (the node the schema
+ * filter takes) and the response's (the node the backend built under), so
+ * the response's top container is marked and zell_map_dfs_filter_sweep(),
+ * given the record that holds it, descends into it.
+ *
  * @param[in] ctx          Request context; NULL: nothing is done.
- * @param[in] filter_root  The request's filter tree; NULL: nothing is done.
- * @param[in,out] data_root The response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that pair's
- *         subtree unmarked (the root's: nothing marked).
+ * @param[in] filter_root  The request's filter tree, its top container;
+ *                         NULL: nothing is done.
+ * @param[in,out] data_root The response's top container; NULL: nothing is done.
+ * @return 0 always. A failed work-element allocation, or a work stack
+ *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending pairs,
+ *         leaves that pair's subtree unmarked (the root's: nothing marked),
+ *         so the sweep removes it. Key values are
+ *         compared only on filter entries typed as list entries whose key
+ *         leaves are flagged as keys (zell_map_filter_add_list_entry(),
+ *         zell_map_filter_add_key()); otherwise the key value is ignored
+ *         and every instance pairs.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                                zell_datatree *data_root) ZELL_MAP_NOEXCEPT;
@@ -122,15 +147,24 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
  * order, to the front of their parent's array, which keeps its allocation
  * (n_subtrees lowered, freed slots initialised records, subtree_index and
  * marks kept); children marked KN are swept in turn, those marked KA kept
- * whole. The root's own children are never removed; "bgp" and
- * "routing-policy" directly under the root, and a root marked KA, are left
- * as they are.
+ * whole. The root's own children are never removed, and only those marked
+ * KN are descended into; "bgp" and "routing-policy" directly under the
+ * root, and a root marked KA, are left as they are.
+ *
+ * Which root: hand it the record that holds the response's top container
+ * (the untagged record the backend built into), so the top container is
+ * level 2 and its list entries level 3, where unmarked ones go. Handed the
+ * top container itself, its direct children (the entries of a list right
+ * below it) all stay. A "bgp" or "routing-policy" container under that
+ * record is kept whole, so for those models hand the top container itself:
+ * their lists sit one container deeper.
  *
  * @param[in] ctx      Request context; NULL: nothing is done.
  * @param[in,out] root The marked response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that node's
- *         subtree unswept (the root's: the tree untouched). Moving survivors
- *         allocates nothing.
+ * @return 0 always. A failed work-element allocation, or a work stack
+ *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending nodes,
+ *         leaves that node's subtree unswept (the root's: the tree
+ *         untouched). Moving survivors allocates nothing.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) ZELL_MAP_NOEXCEPT;
 /**
@@ -150,6 +184,47 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_sweep(zell_map_ctx *ctx, rask_queue *
  * used. Returns 0 (also for a NULL node or one without children).
  */
 ZELL_MAP_API uint32_t zell_map_datatree_remove_null_subtrees(zell_map_ctx *ctx, zell_datatree *node) ZELL_MAP_NOEXCEPT;
+
+/* ======================================================================== */
+/* Building a filter tree                                                   */
+/* ======================================================================== */
+
+/*
+ * A filter tree as the framework hands it over: containers and leaves are
+ * plain nodes (zell_map_datatree_add_subtree), a list entry is typed as one
+ * and its key leaves are flagged as keys. Without those types the mark
+ * phase ignores the key values and keeps every instance of the list.
+ */
+
+/**
+ * Appends to @p parent a new filter list entry @p list_tag in @p ns, typed
+ * as a list entry (type_info.node_type ZELL_DATATREE_NODE_LIST_ENTRY). A
+ * new entry every call, so a filter can name several instances.
+ * @param[out] out_entry The entry, valid until @p parent's child array
+ *             changes (adding a second entry may move the first).
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_INVALID_ARG when an argument other than ctx is NULL
+ *         (ERR "NULL argument(s) passed!");
+ *         ZELL_MAP_ERR_NO_MEMORY when the entry cannot be added (nothing is).
+ */
+ZELL_MAP_API zell_map_status zell_map_filter_add_list_entry(zell_map_ctx *ctx, zell_datatree *parent,
+                                                            const char *list_tag, const char *ns,
+                                                            zell_datatree **out_entry) ZELL_MAP_NOEXCEPT;
+/**
+ * Adds the key leaf @p key_name in @p ns to the filter list entry
+ * @p entry, flagged as a key. With @p key_value the entry selects the
+ * instances holding that value (only the first ten key leaves of an entry
+ * are compared); with NULL it names the key without choosing an instance.
+ * An existing key leaf of that name is reused and takes the new value.
+ * @param[out] out_key NULL, or receives the key leaf.
+ * @return ZELL_MAP_OK;
+ *         ZELL_MAP_ERR_INVALID_ARG when entry, key_name or ns is NULL
+ *         (ERR "NULL argument(s) passed!");
+ *         ZELL_MAP_ERR_NO_MEMORY when the leaf cannot be added.
+ */
+ZELL_MAP_API zell_map_status zell_map_filter_add_key(zell_map_ctx *ctx, zell_datatree *entry, const char *key_name,
+                                                     const char *ns, const char *key_value,
+                                                     zell_datatree **out_key) ZELL_MAP_NOEXCEPT;
 
 /* ======================================================================== */
 /* Filter response and key lookup                                           */

@@ -160,6 +160,10 @@ zell_map_status zell_map_search_or_add_list(zell_map_ctx *ctx, zell_datatree *ro
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
+    // Without a request record no list context can be opened: refuse before
+    // anything is added, rather than leave an instance behind an error.
+    if (ctx == nullptr || ctx->request == nullptr)
+        return ZELL_MAP_ERR_NOT_FOUND;
     zell_datatree *instance = nullptr;
     zell_map_status status = search(log, root, &instance, path, key_value, key_name, ns);
     if (status == ZELL_MAP_OK && ns != nullptr && !same(ns, instance->ns))

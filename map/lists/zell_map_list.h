@@ -58,6 +58,10 @@ ZELL_MAP_API zell_map_status zell_map_iterate_list(zell_map_ctx *ctx, zell_datat
  * Finds the list instance at @p path under @p root whose key @p key_name
  * holds @p key_value (note the argument order). The containers and the list
  * must be in @p ns (NULL: any); the key leaf may be in any namespace.
+ * Each container of @p path is the first child of that name, so a path
+ * through an outer list's entries only looks inside its first instance:
+ * search a nested list from the outer instance, with the path below it
+ * ("subinterfaces/subinterface" from an "interface" entry).
  * *@p out_instance is written only on success and points into its parent's
  * child array.
  * @return ZELL_MAP_OK;
@@ -75,7 +79,11 @@ ZELL_MAP_API zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatr
  * As zell_map_search_list; when the instance is missing, or found in
  * another namespace than a non-NULL @p ns, appends a new numbered instance
  * at @p path (through zell_map_datatree_add_path_flagged, so re-rooted and
- * filtered like any path) with its key leaf. Then opens the list context
+ * filtered like any path) with its key leaf. Searching and adding read
+ * @p path differently: the search walks it from @p root, the insertion is
+ * filtered and re-rooted by the output list. For a list directly below the
+ * response's top container both agree; for a nested list they do not
+ * (zell_map_search_list from the outer instance first, this on a miss). Then opens the list context
  * with @p path (zell_map_copy_trim_path_list_ctx). *@p out_instance is
  * written only on success; it is NULL when the request's filter leaves the
  * list out. The key leaf goes into the last numbered instance at @p path,
@@ -83,8 +91,10 @@ ZELL_MAP_API zell_map_status zell_map_search_list(zell_map_ctx *ctx, zell_datatr
  * operation.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_INVALID_ARG for NULL arguments as zell_map_search_list;
- *         ZELL_MAP_ERR_NOT_FOUND when the search itself failed (nothing is
- *         added) or the list context cannot be opened;
+ *         ZELL_MAP_ERR_NOT_FOUND when ctx or its request is NULL (nothing is
+ *         searched or added), when the search itself failed (nothing is
+ *         added) or when the list context cannot be opened (the instance
+ *         stays added);
  *         ZELL_MAP_ERR_NO_MEMORY when the key path cannot be allocated
  *         (ERR "Failed to allocate for key path!"; nothing is added);
  *         otherwise the status of inserting the instance (then no key leaf

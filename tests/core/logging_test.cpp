@@ -8,11 +8,16 @@ namespace {
 
 using LoggingTest = MapTest;
 
-// {debug word (bit 0: ERR filter, bit 3: TRC filter), trace_on, then the lines sent to err_log, trc_log and
-// trace_buf} for a refused insertion, which logs "Start" and an ERR line.
+// {debug word, trace_on, then the lines sent to err_log, trc_log and trace_buf} for a refused insertion,
+// which logs "Start" and an ERR line.
 TEST_F(LoggingTest, EachSinkReceivesItsOwnFormOnlyWhenItIsOn) {
-    const size_t cases[][5] = {{9, 1, 1, 1, 2}, {9, 0, 1, 1, 0}, {1, 0, 1, 0, 0},
-                               {8, 0, 0, 1, 0}, {0, 1, 0, 0, 2}, {0, 0, 0, 0, 0}};
+    constexpr size_t both = ZELL_MAP_DEBUG_ERR | ZELL_MAP_DEBUG_TRC;
+    const size_t cases[][5] = {{both, 1, 1, 1, 2},
+                               {both, 0, 1, 1, 0},
+                               {ZELL_MAP_DEBUG_ERR, 0, 1, 0, 0},
+                               {ZELL_MAP_DEBUG_TRC, 0, 0, 1, 0},
+                               {0, 1, 0, 0, 2},
+                               {0, 0, 0, 0, 0}};
     const std::string filter = ": ZELL: ctx=" + testing::PrintToString(static_cast<void *>(&ctx)) + ",";
     const std::string trace_form = ": zell_map_datatree_add_subtree_flagged:";
     for (const auto &[debug, trace_on, err, trc, trace] : cases) {

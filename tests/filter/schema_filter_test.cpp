@@ -34,6 +34,24 @@ TEST_F(SchemaFilter, SchemaAndResponseWalksSelectByFilterShape) {
         [&](zell_map_status selected, bool injected) { EXPECT_TRUE(injected || selected == 1u); });
 }
 
+TEST_F(SchemaFilter, ReadsAtMost199ComponentsBelowATaggedRoot) {
+    // R > a > ... > a (depth levels) > b: is a^depth/b selected (accept_partial 0)?
+    for (const auto &[depth, selected] : {std::pair(198, 1u), std::pair(199, 0u)}) {
+        Tree f;
+        fill(f.node, N("R"));
+        zell_datatree *node = f.get();
+        for (int i = 0; i < depth; ++i)
+            ASSERT_EQ(zell_map_datatree_add_subtree(&ctx, node, "a", kNs, nullptr, nullptr, &node, 0), OK);
+        ASSERT_EQ(zell_map_datatree_add_subtree(&ctx, node, "b", kNs, nullptr, nullptr, nullptr, 0), OK);
+        const std::string path = repeat_path("a", depth) + "/b";
+        EXPECT_EQ(zell_map_dfs_filter_schema(&ctx, f.get(), path.c_str(), 0), selected) << depth;
+    }
+    Tree wrapper; // an untagged record holding the filter's top container
+    fill(wrapper.node, N(nullptr, {N("R")}));
+    for (const char *path : {"x", "R", "R/x"})
+        EXPECT_EQ(zell_map_dfs_filter_schema(&ctx, wrapper.get(), path, 1), 0u) << path;
+}
+
 TEST_F(SchemaFilter, KeyLookupsAndMarkingTheLeafReached) {
     const Shape list = N("l", {N("e", {V("k", "1")}), N("e", {V("k", "2")})});
     const std::tuple<Shape, const char *, const char *, zell_map_status> cases[] = {

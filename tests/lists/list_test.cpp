@@ -331,6 +331,9 @@ TEST_F(ListTest, MissingArgumentsAreRefused) {
     ctx.request = nullptr;
     EXPECT_EQ(Push(nullptr, 0, 0), ZELL_MAP_ERR_INVALID_ARG);
     EXPECT_TRUE(Logged("ERR", "zell_map_util_itree_stack_push", "NULL argument(s) passed!"));
+    // No list context can be opened: refused before anything is added.
+    for (zell_map_ctx *context : {&ctx, static_cast<zell_map_ctx *>(nullptr)})
+        EXPECT_EQ(zell_map_search_or_add_list(context, node, &out, "a/b", "v", "k", kNs), ZELL_MAP_ERR_NOT_FOUND);
     zell_map_request_release(&ctx);
     ctx.request = &request;
     EXPECT_TRUE(describe(tree.node) == "a" && !out && !value && !request.trim_path && !request.itree_stack);

@@ -79,6 +79,32 @@ TEST_F(PathInsert, ReRootsAndFilters) {
         EXPECT_TRUE(Logged("TRC", "zell_map_datatree_trim_path", text));
 }
 
+TEST_F(PathInsert, ReRootingCutsAtTheFirstOccurrenceEvenInsideATag) {
+    char entry_path[] = "interface";
+    // path below the output-list entry "interface" -> what lands in the entry
+    const std::pair<const char *, const char *> cases[] = {
+        {"interface/subinterfaces/subinterface", "subinterfaces(subinterface=v)"},
+        {"subinterfaces/subinterface", "s(subinterface=v)"}}; // "subinterfaces" holds "interface"
+    for (const auto &[path, landed] : cases) {
+        Tree root, entry;
+        request.output_count = 1, request.output_list[0] = {entry.get(), entry_path};
+        EXPECT_EQ(add(root.get(), path), OK);
+        EXPECT_EQ(describe(root.node) + "|" + describe(entry.node), std::string("|") + landed);
+    }
+    request.output_count = 0, request.output_list[0] = {};
+}
+
+TEST(PathWithoutContext, OnlyPathsThatNeedNoReRootingAreInserted) {
+    const std::tuple<uint32_t, zell_map_status, const char *> cases[] = {
+        {0, NF, ""}, {ZELL_MAP_FLAG_TRIM_LIST, NF, ""}, {ZELL_MAP_FLAG_NO_REROOT, OK, "a(b=v)"}};
+    for (const auto &[flags, status, tree] : cases) {
+        Tree t;
+        EXPECT_EQ(zell_map_datatree_add_path_flagged(nullptr, t.get(), "a/b", kNs, "v", nullptr, nullptr, 0, flags),
+                  status);
+        EXPECT_EQ(describe(t.node), tree) << flags;
+    }
+}
+
 TEST_F(PathInsert, AllocationFailuresKeepEarlierComponents) {
     Tree filter;
     fill(filter.node, N("R", {N("a")}));
