@@ -297,6 +297,10 @@ std::vector<Case> cases() {
             w.mark_elem.level = 1, w.mark_elem.node = w.tree.get();
          },
          [](zell_map_ctx &c, World &w) { return yes_no(zell_map_dfs_process_sweep(&c, &w.stack, &w.mark_elem)); }},
+        {"zell_map_filter_add_list_entry", added, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_filter_add_list_entry(&c, &w.tree->subtrees[0], "e", kNs, &w.found); }},
+        {"zell_map_filter_add_key", added, filter_and_response, [](zell_map_ctx &c, World &w) {
+            return zell_map_filter_add_key(&c, &w.tree->subtrees[0], "k", kNs, "1", &w.found); }},
         {"zell_map_datatree_filter_get_response", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
             return zell_map_datatree_filter_get_response(&c, w.filter.get(), "a/b", 0, 0); }},
         {"zell_map_get_subtree_from_key", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
