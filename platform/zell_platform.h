@@ -146,7 +146,11 @@ ZELL_PLATFORM_API int zell_debug_should_log(const uint32_t *debug, uint32_t leve
 
 /**
  * Sends one printf-style line to the log filter @p filter. @p cache is the
- * calling statement's own word, initialised to -1.
+ * calling statement's own word, initialised to -1, which the platform may
+ * use to remember something about the statement. The statement runs on
+ * every thread that uses the library, so the word is shared: a platform
+ * must read and write it atomically (as one aligned 32-bit word, relaxed
+ * order suffices), and the library never touches it otherwise.
  */
 ZELL_PLATFORM_API void _rask_dt_log_filter_adv(void *filter, uint32_t a, uint32_t b, uint32_t c, uint32_t d,
                                                uint64_t e, int32_t *cache, const char *format, ...)

@@ -240,7 +240,7 @@ zell_map_status bgp_get(zell_map_ctx *ctx, zell_datatree *top, zell_datatree **r
 
 /* ---- sessions and their database connections ------------------------------ */
 
-enum { MAX_CONNECTIONS = 8 };
+enum { MAX_CONNECTIONS = 16 };
 static struct {
     uint32_t handle;
     bgp_db *db;

@@ -4,10 +4,12 @@
 // the log filter of its level when the request's debug level enables it,
 // and "<LVL>: <function>:<line> ctx=%p,<text>" formatted into 1024 bytes
 // and appended to the trace buffer when tracing is on. Each statement owns
-// one cache word for the log filter. With both sinks off a statement costs
-// one inline check and formats nothing.
+// one cache word for the log filter; the platform may write it from any
+// thread (atomically), so the library only hands its address over. With
+// both sinks off a statement costs one inline check and formats nothing.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 
@@ -79,7 +81,7 @@ class Log {
     do {                                                                                                     \
         if (false)                                                                                           \
             ::zell::map::check_log_format(text __VA_OPT__(, ) __VA_ARGS__);                                  \
-        static int32_t zell_log_cache_ = -1;                                                                 \
+        alignas(std::atomic_ref<int32_t>::required_alignment) static int32_t zell_log_cache_ = -1;           \
         if ((log).enabled(::zell::map::LogLevel::LEVEL))                                                     \
             (log).emit(::zell::map::LogLevel::LEVEL, &zell_log_cache_, __LINE__,                             \
                        ZELL_LOG_FILTER_PREFIX_##LEVEL text, ZELL_LOG_TRACE_PREFIX_##LEVEL text __VA_OPT__(, ) \

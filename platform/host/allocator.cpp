@@ -52,7 +52,16 @@ struct Header {
     }
 };
 static_assert(kTagSlots < 0xff && sizeof(Header) == 8);
-std::atomic<long> g_fail_countdown{0};
+
+// Fault injection and the leak count a test reads belong to its thread, so
+// that tests injecting failures can run side by side.
+struct Injection {
+    long countdown = 0; // allocations until the armed one; 0: none armed
+    bool for_good = false;
+    long fired = 0;
+};
+thread_local Injection t_injection;
+thread_local long t_live = 0;
 
 bool same_tag(const char *a, const char *b) noexcept {
     return a == b || std::strcmp(a, b) == 0;
@@ -93,14 +102,24 @@ TagSlot &slot_for(const char *tag) noexcept {
     return slot;
 }
 
-// True when this allocation is the one armed to fail.
+// True when this allocation is armed to fail: the n-th once, or every one
+// from the n-th on.
 bool injected_failure() noexcept {
-    long remaining = g_fail_countdown.load(std::memory_order_relaxed);
-    while (remaining > 0) {
-        if (g_fail_countdown.compare_exchange_weak(remaining, remaining - 1, std::memory_order_acq_rel))
-            return remaining == 1;
+    Injection &injection = t_injection;
+    if (injection.countdown == 0)
+        return false;
+    if (injection.countdown > 1) {
+        --injection.countdown;
+        return false;
     }
-    return false;
+    if (!injection.for_good)
+        injection.countdown = 0;
+    ++injection.fired;
+    return true;
+}
+
+void arm(long n, bool for_good) noexcept {
+    t_injection = Injection{std::max(n, 0L), for_good, 0};
 }
 
 Header *header_of(void *block) noexcept {
@@ -117,12 +136,14 @@ constexpr bool too_large(std::size_t size) noexcept {
 // Process-wide figures are sums over the slots, so that a block costs as few
 // atomic updates as its tag's statistics need.
 void count_in(TagSlot &slot, std::size_t size) noexcept {
+    ++t_live;
     slot.live.fetch_add(1, std::memory_order_relaxed);
     slot.live_bytes.fetch_add(size, std::memory_order_relaxed);
     slot.total.fetch_add(1, std::memory_order_relaxed);
 }
 
 void count_out(TagSlot &slot, std::size_t size) noexcept {
+    --t_live;
     slot.live.fetch_sub(1, std::memory_order_relaxed);
     slot.live_bytes.fetch_sub(size, std::memory_order_relaxed);
 }
@@ -204,7 +225,15 @@ uint32_t zell_gpb_free(void *block, uint32_t /*arg*/) noexcept {
 }
 
 void zell_host_fail_nth_alloc(long n) noexcept {
-    g_fail_countdown.store(std::max(n, 0L), std::memory_order_release);
+    arm(n, false);
+}
+
+void zell_host_fail_from_nth_alloc(long n) noexcept {
+    arm(n, true);
+}
+
+long zell_host_injected_failures(void) noexcept {
+    return t_injection.fired;
 }
 
 long zell_host_live_allocations(void) noexcept {
@@ -212,6 +241,10 @@ long zell_host_live_allocations(void) noexcept {
     for (const TagSlot &slot : g_slots)
         live += slot.live.load(std::memory_order_relaxed);
     return live;
+}
+
+long zell_host_thread_live_allocations(void) noexcept {
+    return t_live;
 }
 
 unsigned long zell_host_allocation_calls(void) noexcept {

@@ -1,6 +1,8 @@
 // Log filter and trace buffer of the host: both end in the log hook that
 // tests install, or on standard error.
+#include <atomic>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -18,6 +20,22 @@ struct Hook {
 
 std::mutex g_hook_mutex;
 Hook g_hook;
+std::atomic<int32_t> g_next_site{0};
+
+// A caching platform keeps something per log statement in its cache word
+// from the first line on; the host numbers the statements, so the word is
+// written once while every thread running the statement reads it.
+void remember_site(int32_t *cache) noexcept {
+    if (cache == nullptr)
+        return;
+    static_assert(alignof(int32_t) >= std::atomic_ref<int32_t>::required_alignment);
+    std::atomic_ref<int32_t> word(*cache);
+    int32_t expected = word.load(std::memory_order_relaxed);
+    if (expected >= 0)
+        return;
+    (void)word.compare_exchange_strong(expected, g_next_site.fetch_add(1, std::memory_order_relaxed),
+                                       std::memory_order_relaxed);
+}
 
 } // namespace
 
@@ -66,7 +84,8 @@ int zell_debug_should_log(const uint32_t *debug, uint32_t level) noexcept {
 }
 
 void _rask_dt_log_filter_adv(void *filter, uint32_t /*a*/, uint32_t /*b*/, uint32_t /*c*/, uint32_t /*d*/,
-                             uint64_t /*e*/, int32_t * /*cache*/, const char *format, ...) noexcept {
+                             uint64_t /*e*/, int32_t *cache, const char *format, ...) noexcept {
+    zell::host::remember_site(cache);
     if (format == nullptr)
         return;
     std::va_list args;

@@ -4,7 +4,9 @@
  * The host layer implements every platform service on Linux. These
  * operations configure it: fault injection into the allocator, counting of
  * live blocks, capture of log lines, the router type and the session table.
- * All of them are safe to call from any thread.
+ * All of them are safe to call from any thread. Fault injection and the
+ * per-thread block count concern the calling thread only, so tests that
+ * inject failures can run on several threads at once.
  */
 #ifndef ZELL_HOST_H
 #define ZELL_HOST_H
@@ -19,21 +21,38 @@ extern "C" {
 #endif
 
 /**
- * Back to defaults: no allocation fault armed, no log hook, router type 0,
- * empty session table, tracer call count 0. Live-allocation counting goes
- * on (blocks handed out before stay counted).
+ * Back to defaults: no allocation fault armed on the calling thread, no
+ * log hook, router type 0, empty session table, tracer call count 0.
+ * Live-allocation counting goes on (blocks handed out before stay counted).
  */
 ZELL_PLATFORM_API void zell_host_reset(void) ZELL_PLATFORM_NOEXCEPT;
 
 /**
- * Arms one allocation failure: the @p n-th allocation from now on (1 = the
- * next one) fails, once. 0 disarms. Every allocation counts: calloc,
- * realloc, strdup and gpb alloc.
+ * Arms one allocation failure on the calling thread: its @p n-th allocation
+ * from now on (1 = the next one) fails, once. 0 disarms. Every allocation
+ * counts: calloc, realloc, strdup and gpb alloc. Replaces any armed fault.
  */
 ZELL_PLATFORM_API void zell_host_fail_nth_alloc(long n) ZELL_PLATFORM_NOEXCEPT;
 
-/** Blocks handed out by the allocator and not yet released. */
+/**
+ * As zell_host_fail_nth_alloc(), but the failure is for good: the @p n-th
+ * allocation of the calling thread and every one after it fail until the
+ * next arming (0 disarms).
+ */
+ZELL_PLATFORM_API void zell_host_fail_from_nth_alloc(long n) ZELL_PLATFORM_NOEXCEPT;
+
+/** Allocations of the calling thread failed by the fault armed last. */
+ZELL_PLATFORM_API long zell_host_injected_failures(void) ZELL_PLATFORM_NOEXCEPT;
+
+/** Blocks handed out by the allocator and not yet released, in the whole process. */
 ZELL_PLATFORM_API long zell_host_live_allocations(void) ZELL_PLATFORM_NOEXCEPT;
+
+/**
+ * Blocks handed out on the calling thread less blocks released on it: what
+ * a test that works on one thread compares before and after, undisturbed
+ * by other threads.
+ */
+ZELL_PLATFORM_API long zell_host_thread_live_allocations(void) ZELL_PLATFORM_NOEXCEPT;
 
 /**
  * Bytes requested in the blocks counted by zell_host_live_allocations(), at

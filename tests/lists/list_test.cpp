@@ -243,21 +243,24 @@ TEST_F(ListTest, FailedAllocationStillPushesTheLevel) {
 
 TEST_F(ListTest, MovingOutsideTheCurrentListNodeForgetsItsKeys) {
     static char key[] = "k";
-    const std::tuple<const char *, const char *, bool> cases[] = {
-        {nullptr, "/a/b", false}, {"/a/b", "/a/bc", false}, {"/a/b", "/a", false},
-        {"/a/b", "a/b/c", false}, {"/a/b", "/a/b", true},   {"/a/b", "/a/b/c", true}};
-    for (const auto &[from, to, keeps] : cases) {
+    const struct {
+        const char *from, *to;
+        bool keeps;
+    } cases[] = {{nullptr, "/a/b", false}, {"/a/b", "/a/bc", false}, {"/a/b", "/a", false},
+                 {"/a/b", "a/b/c", false}, {"/a/b", "/a/b", true},   {"/a/b", "/a/b/c", true}};
+    for (const auto &c : cases) {
         for_each_alloc_failure(
             [&](const Arm &arm) {
-                EXPECT_EQ(from ? zell_map_update_current_list_node(&ctx, from) : ZELL_MAP_OK, ZELL_MAP_OK);
+                EXPECT_EQ(c.from ? zell_map_update_current_list_node(&ctx, c.from) : ZELL_MAP_OK,
+                          ZELL_MAP_OK);
                 ctx.list_key_names[0] = key, ctx.list_key_count = 1;
                 arm();
-                return zell_map_update_current_list_node(&ctx, to);
+                return zell_map_update_current_list_node(&ctx, c.to);
             },
             [&](zell_map_status status, bool injected) {
-                EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK) << to;
-                EXPECT_STREQ(ctx.current_list_node, injected ? from : to);
-                EXPECT_EQ(ctx.list_key_count, injected || keeps ? 1 : 0) << to;
+                EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK) << c.to;
+                EXPECT_STREQ(ctx.current_list_node, injected ? c.from : c.to);
+                EXPECT_EQ(ctx.list_key_count, injected || c.keeps ? 1 : 0) << c.to;
                 zell_map_request_release(&ctx);
                 EXPECT_TRUE(!ctx.list_key_count && !ctx.list_key_names[0]) << "released with the node";
             });

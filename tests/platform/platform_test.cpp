@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -15,17 +16,32 @@ namespace {
 
 using PlatformTest = MapTest;
 
-TEST_F(PlatformTest, ArmedFailureHitsTheNthAllocationOfAnyKindOnce) {
+// Armed on this thread, the 2nd allocation of any kind fails, alone or with
+// every later one; another thread allocates undisturbed and keeps its own count.
+TEST_F(PlatformTest, ArmedFailureHitsTheNthAllocationOfAnyKindOnceOrForGoodOnThisThreadOnly) {
     void *(*const kinds[])() = {
         [] { return rask_named_calloc_(2, 8, "T", 0); }, [] { return rask_named_realloc(nullptr, 16); },
         [] { return static_cast<void *>(zell_strdup("text", "T")); }, [] { return zell_gpb_alloc(16, 0); }};
-    for (const auto allocate : kinds) {
-        zell_host_fail_nth_alloc(2);
-        const long live = zell_host_live_allocations();
-        void *first = rask_named_calloc_(1, 1, "T", 0), *failed = allocate(), *again = allocate();
-        EXPECT_TRUE(first && !failed && again && zell_host_live_allocations() == live + 2) << "only the 2nd";
-        for (void *block : {first, again})
-            rask_named_free(block);
+    for (const bool for_good : {false, true}) {
+        for (const auto allocate : kinds) {
+            SCOPED_TRACE(for_good ? "for good" : "once");
+            for_good ? zell_host_fail_from_nth_alloc(2) : zell_host_fail_nth_alloc(2);
+            const long live = zell_host_thread_live_allocations();
+            void *first = rask_named_calloc_(1, 1, "T", 0), *failed = allocate(), *again = allocate();
+            long other_live = -1;
+            std::thread([&] {
+                void *other = allocate();
+                other_live = other != nullptr ? zell_host_thread_live_allocations() : -1;
+                rask_named_free(other);
+            }).join();
+            EXPECT_TRUE(first && !failed && (again == nullptr) == for_good && other_live == 1);
+            EXPECT_EQ(zell_host_injected_failures(), for_good ? 2 : 1);
+            EXPECT_EQ(zell_host_thread_live_allocations(), live + (for_good ? 1 : 2));
+            for (void *block : {first, again})
+                rask_named_free(block);
+            zell_host_fail_nth_alloc(0);
+            EXPECT_EQ(zell_host_injected_failures(), 0) << "arming starts a new count";
+        }
     }
 }
 
@@ -145,10 +161,13 @@ TEST_F(PlatformTest, DuplicateCopiesDeeplyAndFreeExtReleasesEveryBlock) {
 }
 
 TEST_F(PlatformTest, LogLinesAndTracedTreesReachTheHookUnderTheirHandle) {
-    int32_t cache = -1;
+    int32_t cache = -1, other = -1; // numbered by the first line through them, then kept
     const std::string text(5000, 'x');
     _rask_dt_log_filter_adv(&err_handle, 0, 0, 0, 0, 0, &cache, "ERR: %s=%d", "n", 5);
+    const int32_t site = cache;
     _rask_dt_log_filter_adv(&trc_handle, 0, 0, 0, 0, 0, &cache, "TRC: %s|", text.c_str());
+    _rask_dt_log_filter_adv(nullptr, 0, 0, 0, 0, 0, &other, nullptr);
+    EXPECT_TRUE(site >= 0 && cache == site && other >= 0 && other != site) << site << " " << other;
     _tarlog(&trace_handle, 0x1000000, 0x101, "ERR: f:1 c,t");
     Tree tree; // the tracer writes a line per node, its data only when the data bit is set
     fill(tree.node, N(nullptr, {Shape{"a", "1", {V("b", "not shown")}}, N("c")}));

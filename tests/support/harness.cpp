@@ -15,7 +15,7 @@ void LogCapture::hook(void *user, const void *handle, const char *line) {
 void MapTest::SetUp() {
     zell_host_reset();
     log.install();
-    live_at_start = zell_host_live_allocations();
+    live_at_start = zell_host_thread_live_allocations();
     request.msg = &msg;
     ctx.request = &request;
     ctx.debug[0] = (1u << 0) | (1u << 3);
@@ -28,7 +28,7 @@ void MapTest::SetUp() {
 void MapTest::TearDown() {
     zell_host_fail_nth_alloc(0);
     zell_map_request_release(&ctx); // what the context still holds (its child index)
-    EXPECT_EQ(zell_host_live_allocations(), live_at_start) << "blocks leaked by the test";
+    EXPECT_EQ(zell_host_thread_live_allocations(), live_at_start) << "blocks leaked by the test";
 }
 
 namespace {
@@ -105,40 +105,30 @@ std::vector<std::string> MapTest::TraceTexts() const {
     return out;
 }
 
-namespace {
-
-// True when an armed failure has not fired yet. Iterating n upwards, the
-// first run that makes fewer than n allocations leaves the fault pending,
-// and this probe is then exactly the n-th allocation.
-bool failure_still_pending() {
-    void *probe = rask_named_calloc_(1, 1, "ZELL TEST probe", 0);
-    if (probe == nullptr)
-        return true;
-    rask_named_free(probe);
-    return false;
-}
-
-} // namespace
-
-void for_each_alloc_failure(const std::function<zell_map_status(const Arm &)> &body,
-                            const std::function<void(zell_map_status, bool)> &check) {
+long for_each_alloc_failure(const std::function<zell_map_status(const Arm &)> &body,
+                            const std::function<void(zell_map_status, bool)> &check, AllocFailure mode) {
     constexpr long kMaxRuns = 100000;
     for (long n = 1; n <= kMaxRuns; ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
-        const long live_before = zell_host_live_allocations();
+        SCOPED_TRACE("allocation " + std::to_string(n) +
+                     (mode == AllocFailure::Once ? " fails" : " on fail"));
+        const long live_before = zell_host_thread_live_allocations();
         bool armed = false;
-        const zell_map_status status = body([&armed, n] {
+        const zell_map_status status = body([&armed, n, mode] {
             armed = true;
-            zell_host_fail_nth_alloc(n);
+            if (mode == AllocFailure::Once)
+                zell_host_fail_nth_alloc(n);
+            else
+                zell_host_fail_from_nth_alloc(n);
         });
-        const bool injected = armed && !failure_still_pending();
+        const bool injected = armed && zell_host_injected_failures() > 0;
         zell_host_fail_nth_alloc(0);
         check(status, injected);
-        EXPECT_EQ(zell_host_live_allocations(), live_before) << "blocks leaked";
+        EXPECT_EQ(zell_host_thread_live_allocations(), live_before) << "blocks leaked";
         if (!injected || ::testing::Test::HasFatalFailure())
-            return;
+            return n - 1;
     }
     ADD_FAILURE() << "allocation-failure loop did not end";
+    return kMaxRuns;
 }
 
 } // namespace zell::test

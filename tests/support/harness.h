@@ -80,14 +80,20 @@ class MapTest : public ::testing::Test {
     long live_at_start = 0;
 };
 
+// How an injected allocation failure lasts: the n-th allocation fails
+// alone, or it and every one after it fail (the heap stays exhausted).
+enum class AllocFailure { Once, ForGood };
+
 // Runs body once per allocation it makes, failing allocation 1, 2, 3, ...
-// until a run injects nothing. body receives `arm` and calls it right before
-// the operation under test (allocations before arm() never fail); it returns
-// the operation's status. check(status, injected) inspects the outcome and
-// must release what body built: after it, the live-allocation count must be
-// where it was before body ran.
+// (once or for good) until a run injects nothing. body receives `arm` and
+// calls it right before the operation under test (allocations before arm()
+// never fail); it returns the operation's status. check(status, injected)
+// runs with the fault disarmed, inspects the outcome and must release what
+// body built: after it, the calling thread's live-allocation count must be
+// where it was before body ran. Returns the number of runs that injected.
 using Arm = std::function<void()>;
-void for_each_alloc_failure(const std::function<zell_map_status(const Arm &)> &body,
-                            const std::function<void(zell_map_status status, bool injected)> &check);
+long for_each_alloc_failure(const std::function<zell_map_status(const Arm &)> &body,
+                            const std::function<void(zell_map_status status, bool injected)> &check,
+                            AllocFailure mode = AllocFailure::Once);
 
 } // namespace zell::test

@@ -23,20 +23,20 @@ TEST_F(DataConvTest, ConvertsByIdOrLeavesNoOutput) {
         {kDate, "5000000000", "2106-02-07T06:28:15Z"}, {ZELL_MAP_DATA_CONV_COUNT, "1", nullptr},
         {kBps, nullptr, nullptr}, {kDate, nullptr, nullptr}};
     // clang-format on
-    for (const auto &[id, in, expected] : cases) {
+    for (const auto &c : cases) {
         char sentinel = 0, *out = nullptr;
         for_each_alloc_failure(
             [&](const Arm &arm) {
                 out = &sentinel;
                 arm();
-                return zell_map_data_conv(id, in, &out);
+                return zell_map_data_conv(c.id, c.in, &out);
             },
             [&](zell_map_status status, bool injected) {
-                EXPECT_EQ(status, !expected  ? ZELL_MAP_ERR_INVALID_ARG
+                EXPECT_EQ(status, !c.out     ? ZELL_MAP_ERR_INVALID_ARG
                                   : injected ? ZELL_MAP_ERR_NO_MEMORY
                                              : ZELL_MAP_OK);
-                EXPECT_STREQ(out, injected ? nullptr : expected)
-                    << "id " << id << ", '" << (in ? in : "NULL") << "'";
+                EXPECT_STREQ(out, injected ? nullptr : c.out)
+                    << "id " << c.id << ", '" << (c.in ? c.in : "NULL") << "'";
                 rask_named_free(out);
             });
     }
