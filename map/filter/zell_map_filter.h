@@ -53,6 +53,8 @@ ZELL_MAP_API uint32_t zell_map_str_to_array(char *str, char **array, int32_t max
  * Does the subtree filter rooted at @p root select @p path (relative to
  * root, not modified)? @p accept_partial 1 also accepts a path that ends
  * on the way to a selection.
+ * Walks the filter depth first, one frame per level; a branch deeper than
+ * 64 levels whose frame cannot be allocated is not explored.
  * @return 1 when selected, else 0 (also for NULL arguments or a failed copy).
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_schema(zell_map_ctx *ctx, zell_datatree *root, const char *path,
@@ -69,7 +71,8 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
 /**
  * Marks the nodes of @p data_root that the subtree filter @p filter_root
  * selects, for zell_map_dfs_filter_sweep(). Walks both trees side by side
- * (iteratively, on a work stack; never logs) and writes, with the mark's
+ * (depth first, one frame per level, never recursing; never logs) at any
+ * width and depth and writes, with the mark's
  * presence bit, ZELL_DATATREE_MARK_KN (stays, children filtered further) or
  * ZELL_DATATREE_MARK_KA (stays with everything below it). The roots pair
  * whatever their tags; below them nodes pair by tag, and a filter list
@@ -82,8 +85,8 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
  * @param[in] ctx          Request context; NULL: nothing is done.
  * @param[in] filter_root  The request's filter tree; NULL: nothing is done.
  * @param[in,out] data_root The response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that pair's
- *         subtree unmarked (the root's: nothing marked).
+ * @return 0 always. The first 64 levels need no allocation; a level whose
+ *         frame cannot be allocated leaves that pair's subtree unmarked.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                                zell_datatree *data_root) ZELL_MAP_NOEXCEPT;
@@ -117,7 +120,8 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
                                                      const zell_datatree *instance) ZELL_MAP_NOEXCEPT;
 /**
  * Removes what zell_map_dfs_filter_mark() did not keep from the response
- * @p root (iteratively; never logs). Below the root, every child not marked
+ * @p root (depth first, one frame per level, never recursing; never logs),
+ * at any width and depth. Below the root, every child not marked
  * ZELL_DATATREE_MARK_KN or _KA is released and the survivors are moved, in
  * order, to the front of their parent's array, which keeps its allocation
  * (n_subtrees lowered, freed slots initialised records, subtree_index and
@@ -128,9 +132,9 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
  *
  * @param[in] ctx      Request context; NULL: nothing is done.
  * @param[in,out] root The marked response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation leaves that node's
- *         subtree unswept (the root's: the tree untouched). Moving survivors
- *         allocates nothing.
+ * @return 0 always. The first 64 levels need no allocation; a level whose
+ *         frame cannot be allocated leaves that node's subtree unswept.
+ *         Moving survivors allocates nothing.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) ZELL_MAP_NOEXCEPT;
 /**

@@ -177,8 +177,9 @@ ZELL_MAP_API zell_map_status zell_map_validate_data_ns(zell_map_ctx *ctx, const 
  * @return ZELL_MAP_OK (also for a NULL node);
  *         ZELL_MAP_ERR_NO_MEMORY when an insert-info record could not be
  *         allocated: that line stays unterminated and the rest of its
- *         level is not printed. A level reports the status of the last
- *         level nested in it.
+ *         level is not printed; also when a level below the 64th could not
+ *         get its walk frame: that level is not printed. A level reports
+ *         the status of the last level nested in it. Never recurses.
  */
 ZELL_MAP_API zell_map_status zell_map_print_subtrees(const zell_datatree *node, uint32_t depth,
                                                      int ns_mode) ZELL_MAP_NOEXCEPT;

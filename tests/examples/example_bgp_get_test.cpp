@@ -118,6 +118,21 @@ TEST_F(ExampleBgpGet, NeighborFilterAnswersThatNeighborsPartOfEverything) {
                                                         rest);
 }
 
+// More neighbors than any work stack used to hold: every one is answered.
+TEST_F(ExampleBgpGet, PeerAsFilterAnswersEveryOneOfSixThousandNeighbors) {
+    bgp_device_free(&device);
+    ASSERT_EQ(bgp_device_init(&device, 6000), 0);
+    const std::string printed = Get(BGP_FILTER_PEER_AS, nullptr);
+    const auto lines_with = [&printed](const std::string &text) {
+        size_t count = 0;
+        for (size_t at = printed.find(text); at != std::string::npos; at = printed.find(text, at + 1))
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(lines_with("        neighbor (kn)\n"), 6000u);
+    EXPECT_EQ(lines_with("                peer-as : "), 6000u);
+}
+
 TEST_F(ExampleBgpGet, NoSessionMeansNoConnectionAndNoResponse) {
     msg.session_id = kSession + 1;
     zell_datatree top{};
