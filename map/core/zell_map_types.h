@@ -276,6 +276,12 @@ typedef struct zell_map_ctx {
     char *current_list_node;    /**< owned path of the current list node */
     char *list_key_names[ZELL_MAP_LIST_KEYS_MAX];  /**< not owned */
     char *list_key_values[ZELL_MAP_LIST_KEYS_MAX]; /**< not owned */
+    /**
+     * Owned, opaque; NULL until first needed. Working memory that filtering
+     * keeps between calls; zell_map_request_release() releases it. Zero it
+     * with the rest of the context.
+     */
+    struct zell_map_scratch *scratch;
 } zell_map_ctx;
 
 /* ======================================================================== */

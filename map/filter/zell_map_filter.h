@@ -82,11 +82,21 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
  * Neither tree changes shape; the filter is only read. Marks are expected
  * clear on entry; nothing is cleared.
  *
- * @param[in] ctx          Request context; NULL: nothing is done.
+ * Time is linear in the two trees: a filter level with more than two
+ * children is paired through an index of them (tag, key values) in scratch
+ * memory that @p ctx keeps between calls and zell_map_request_release()
+ * releases.
+ *
+ * @param[in,out] ctx      Request context (its scratch may be allocated or
+ *                         grown); NULL: nothing is done.
  * @param[in] filter_root  The request's filter tree; NULL: nothing is done.
  * @param[in,out] data_root The response; NULL: nothing is done.
- * @return 0 always. The first 64 levels need no allocation; a level whose
- *         frame cannot be allocated leaves that pair's subtree unmarked.
+ * @return ZELL_MAP_OK (also for NULL arguments). The first 64 levels need
+ *         no allocation; a level whose frame cannot be allocated leaves
+ *         that pair's subtree unmarked.
+ *         ZELL_MAP_ERR_NO_MEMORY when the scratch for the index (or a walk
+ *         over a filter deeper than 64 levels) could not be allocated: the
+ *         response is untouched.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                                zell_datatree *data_root) ZELL_MAP_NOEXCEPT;

@@ -2,6 +2,7 @@
 // through the same pops that release it level by level during the request.
 #include "core/memory.h"
 #include "core/request_state.h"
+#include "core/scratch.h"
 #include "zell_map_list.h"
 #include "zell_map_request.h"
 
@@ -27,4 +28,5 @@ extern "C" void zell_map_request_release(zell_map_ctx *ctx) noexcept {
     clear_list_keys(*ctx);
     rask_named_free(ctx->current_list_node);
     ctx->current_list_node = nullptr;
+    release_scratch(*ctx);
 }

@@ -95,16 +95,18 @@ TEST_F(ResponseFiltering, ALevelWhoseFrameCannotBeAllocatedEndsItsBranchOnly) {
     for (int i = 1; i < kDepth; ++i)
         path += "c/";
     const std::string full = chain(kDepth, " (kn)", " (ka)") + "|x";
-    // Frame 0 is the roots' pair, frame k + 1 the pair of level k: frame 64,
-    // the first allocated, is level 63's.
+    // Marking first walks the filter alone for the memory it needs. In the
+    // walks, frame 0 is the roots' pair, frame k + 1 the pair of level k:
+    // frame 64, the first allocated, is level 63's.
     const std::string expected_by_failure[] = {
+        chain(kDepth, "", "", true),                                     // mark: nothing, no memory
         chain(63, " (kn)", " (kn)") + "|x",                             // mark: level 63 unmarked
         chain(kDepth, " (kn)", " (ka)", true, 64) + "|x",               // sweep: level 63 unswept
         full,                                                            // the path copy
         full,                                                            // schema filter: no
         full,                                                            // nothing failed
     };
-    const uint32_t selected_by_failure[] = {1, 1, 0, 0, 1};
+    const uint32_t selected_by_failure[] = {1, 1, 1, 0, 0, 1};
     std::optional<Tree> filter, response;
     uint32_t selected = 0;
     size_t run = 0;
@@ -115,13 +117,14 @@ TEST_F(ResponseFiltering, ALevelWhoseFrameCannotBeAllocatedEndsItsBranchOnly) {
             add_outline(ctx, filter->node, chain(kDepth));
             add_outline(ctx, response->node, chain(kDepth, "", "", true));
             arm();
-            zell_map_dfs_filter_mark(&ctx, filter->get(), response->get());
+            const zell_map_status marked = zell_map_dfs_filter_mark(&ctx, filter->get(), response->get());
             zell_map_dfs_filter_sweep(&ctx, response->get());
             selected = zell_map_dfs_filter_schema(&ctx, &filter->node.subtrees[0], (path + "z").c_str(), 0);
-            return ZELL_MAP_OK;
+            return marked;
         },
-        [&](zell_map_status, bool injected) {
+        [&](zell_map_status marked, bool injected) {
             ASSERT_LT(run, std::size(expected_by_failure));
+            EXPECT_EQ(marked, run == 0 ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
             EXPECT_EQ(line_of(response->node), expected_by_failure[run]);
             EXPECT_EQ(selected, selected_by_failure[run]);
             EXPECT_EQ(injected, ++run < std::size(expected_by_failure));
@@ -140,8 +143,10 @@ TEST_F(ResponseFiltering, ALevelWhoseFrameCannotBeAllocatedEndsItsBranchOnly) {
 }
 
 // Thousands of list entries end to end; every other one is selected by its
-// key and moves forward. Neither walk allocates on a tree this shallow.
-TEST_F(ResponseFiltering, FiltersALongListWithoutAllocating) {
+// key and moves forward. The filter's index is made in the context's
+// scratch memory on the first call; after that, neither walk allocates on a
+// tree this shallow.
+TEST_F(ResponseFiltering, FiltersALongListWithoutAllocatingOnceTheScratchIsThere) {
     std::string filter = "list", response = "list", expected = "list (kn)";
     for (int i = 0; i < 3000; ++i) {
         const std::string key = "..k : " + std::to_string(i);
@@ -151,9 +156,11 @@ TEST_F(ResponseFiltering, FiltersALongListWithoutAllocating) {
             expected += "|.e (ka)|" + key + " (ka)|..v : x";
         }
     }
-    Tree f, r;
+    Tree f, r, first;
     add_outline(ctx, f.node, filter);
+    add_outline(ctx, first.node, response);
     add_outline(ctx, r.node, response + "|system|.name : r1");
+    EXPECT_EQ(zell_map_dfs_filter_mark(&ctx, f.get(), first.get()), ZELL_MAP_OK);
     zell_host_fail_nth_alloc(1);
     zell_map_dfs_filter_mark(&ctx, f.get(), r.get());
     zell_map_dfs_filter_sweep(&ctx, r.get());

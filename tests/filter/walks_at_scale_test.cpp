@@ -149,5 +149,19 @@ TEST_F(BgpAtScale, AKeylessEntryKeepsEveryNeighborWithItsKeyAndPeerAs) {
     }
 }
 
+TEST_F(BgpAtScale, EntriesNamedByKeyKeepExactlyThoseNeighborsWhole) {
+    const zell_datatree &neighbors = *Filter(bench::FilterKind::EveryOtherKey);
+    const std::vector<long> named = bench::named_neighbors(bench::FilterKind::EveryOtherKey, workload);
+    ASSERT_EQ(named.size(), static_cast<size_t>(kNeighbors / 2));
+    ASSERT_EQ(neighbors.n_subtrees, static_cast<int32_t>(named.size()));
+    for (size_t k = 0; k < named.size(); ++k) {
+        const zell_datatree &entry = neighbors.subtrees[k];
+        SCOPED_TRACE("entry " + std::to_string(k));
+        ASSERT_EQ(entry.mark, ZELL_DATATREE_MARK_KA);
+        ASSERT_STREQ(entry.subtrees[0].data, workload.address(named[k]));
+        ASSERT_EQ(bench::count_nodes(entry), bench::kFlatNodes - 1);
+    }
+}
+
 } // namespace
 } // namespace zell::test
