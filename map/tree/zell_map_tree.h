@@ -39,7 +39,9 @@ ZELL_MAP_API int zell_map_trim_strcmpbeg(const char *first, const char *second) 
 
 /**
  * Adds the child @p tag in namespace @p ns to @p parent, or reuses an
- * existing one.
+ * existing one. A parent whose subtrees bit is set grows its array by one
+ * record (rask_named_realloc) even when it counts no children; one whose
+ * bit is clear gets a new array, whatever its old pointer held.
  *
  * @param[in] ctx        Request context.
  * @param[in,out] parent Node that receives the child.
