@@ -94,7 +94,8 @@ TEST_F(WalksAtScale, AMillionLevelChainIsBuiltCopiedFilteredAndFreed) {
     });
 }
 
-// Printing indents every line by its depth, so the printed chain is shorter.
+// Printing and tracing indent every line by its depth, so the printed chain
+// is shorter.
 TEST_F(WalksAtScale, ADeepChainPrintsOneLinePerLevel) {
     constexpr long kDepth = 4000;
     on_small_stack(64 * 1024, [&] {
@@ -107,6 +108,9 @@ TEST_F(WalksAtScale, ADeepChainPrintsOneLinePerLevel) {
         const std::string printed = testing::internal::GetCapturedStdout();
         EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), kDepth);
         EXPECT_TRUE(printed.ends_with(std::string(4 * (kDepth - 1), ' ') + "c\n"));
+        zell_host_set_router_type(12); // the framework's tracer, one line per node
+        EXPECT_EQ(zell_map_print_datatree_internal(&trace_handle, chain.get(), 0), static_cast<uint32_t>(kDepth));
+        log.clear();
     });
 }
 
