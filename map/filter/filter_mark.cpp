@@ -102,9 +102,9 @@ struct ChildRule {
     }
 };
 
-// The pairs of one (filter, response) level, filter child by filter child
-// in the order asked for, each with its response children in array order.
-// The response partner's mark is the one the pair of the highest filter
+// The pairs of one (filter, response) level. Scanned: filter child by
+// filter child in the order asked for, each with its response children in
+// array order. Indexed: see next_indexed(). The response partner's mark is the one the pair of the highest filter
 // child writes; write_mark() puts it there once the level is done.
 class LevelPairs {
   public:
