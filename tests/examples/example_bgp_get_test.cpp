@@ -119,7 +119,7 @@ TEST_F(ExampleBgpGet, NeighborFilterAnswersThatNeighborsPartOfEverything) {
 }
 
 // More neighbors than any work stack used to hold: every one is answered.
-TEST_F(ExampleBgpGet, PeerAsFilterAnswersEveryOneOfSixThousandNeighbors) {
+TEST_F(ExampleBgpGet, PeerAsFilterAnswersEveryOneOfSixThousandNeighborsAtScale) {
     bgp_device_free(&device);
     ASSERT_EQ(bgp_device_init(&device, 6000), 0);
     const std::string printed = Get(BGP_FILTER_PEER_AS, nullptr);
