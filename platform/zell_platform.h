@@ -90,17 +90,17 @@ ZELL_PLATFORM_API uint32_t zell_gpb_free(void *block, uint32_t arg) ZELL_PLATFOR
 
 /**
  * Deep-copies the contents of @p src into @p dst (every string, array and
- * child record, allocated through @p alloc). Returns 0, or nonzero when an
- * allocation failed; @p dst then owns nothing.
+ * child record at any depth, allocated through @p alloc; never recurses).
+ * Returns 0, or nonzero when an allocation failed; @p dst then owns nothing.
  */
 ZELL_PLATFORM_API uint32_t mova_zell_datatree_duplicate(zell_datatree *dst, const zell_datatree *src,
                                                         zell_gpb_alloc_fn alloc,
                                                         uint32_t arg) ZELL_PLATFORM_NOEXCEPT;
 /**
  * Releases, through @p release, everything @p record owns (strings,
- * attributes, insert key pairs and texts, data_ns and, recursively, the
- * children and their array) but not the record itself, which is left
- * zeroed. Returns 0.
+ * attributes, insert key pairs and texts, data_ns and, at any depth, the
+ * children and their arrays) but not the record itself, which is left
+ * zeroed. Never recurses and never allocates, so it cannot fail. Returns 0.
  */
 ZELL_PLATFORM_API uint32_t mova_zell_datatree_free_ext(zell_datatree *record, zell_gpb_free_fn release,
                                                        uint32_t arg_a, uint32_t arg_b) ZELL_PLATFORM_NOEXCEPT;

@@ -302,6 +302,12 @@ typedef struct zell_map_ctx {
      *  leaf values edited in place outside the library are not, until the
      *  index is released. */
     struct zell_map_child_index *child_index;
+    /**
+     * Owned, opaque; NULL until first needed. Working memory that filtering
+     * keeps between calls; zell_map_request_release() releases it. Zero it
+     * with the rest of the context.
+     */
+    struct zell_map_scratch *scratch;
 } zell_map_ctx;
 
 /* ======================================================================== */

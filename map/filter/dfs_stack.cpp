@@ -1,6 +1,6 @@
-// Work stacks of the iterative filter walks, and splitting a path into the
-// token array of the schema walk. Nothing here logs.
-#include "filter/dfs_stack.h"
+// The exported work stacks that callers may drive the filter steps on (the
+// library's own walks keep frames, core/walk.h), and splitting a path into
+// the token array of the schema walk. Nothing here logs.
 #include "core/memory.h"
 #include "core/node.h"
 #include "core/path_split.h"
@@ -8,16 +8,18 @@
 
 using namespace zell::map;
 
-namespace zell::map {
+namespace {
 
 // Hands an element to the stack; a refused element is released.
-template <typename Elem> static uint32_t push_owned(rask_queue *stack, Owned<Elem> element) noexcept {
+template <typename Elem> uint32_t push_owned(rask_queue *stack, Owned<Elem> element) noexcept {
     if (!element || rask_queue_requeue(stack, element.get()) != 0)
         return 0;
     (void)element.release();
     return 1;
 }
 
+// Pushes a zeroed mark/sweep element; 1 when pushed, 0 when the allocation
+// failed or the stack refused it.
 uint32_t push_mark_elem(rask_queue *stack, zell_datatree *node, zell_datatree *data_node, int32_t level) noexcept {
     auto element = allocate_zeroed<zell_map_dfs_mark_elem>("ZELL DFS Mark ELEM");
     if (!element)
@@ -28,7 +30,7 @@ uint32_t push_mark_elem(rask_queue *stack, zell_datatree *node, zell_datatree *d
     return push_owned(stack, std::move(element));
 }
 
-} // namespace zell::map
+} // namespace
 
 extern "C" {
 

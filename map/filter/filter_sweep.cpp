@@ -1,10 +1,11 @@
-// Sweep phase of response filtering: walks the marked response depth first
-// on a work stack, releases the children the mark phase did not keep and
-// closes the gaps in place.
+// Sweep phase of response filtering: walks the marked response depth first,
+// releases the children the mark phase did not keep and closes the gaps in
+// place.
 #include <string_view>
 #include <utility>
 
 #include "core/memory.h"
+#include "core/walk.h"
 #include "filter/response_filter.h"
 #include "zell_map_filter.h"
 
@@ -40,6 +41,46 @@ bool drop_unmarked(zell_datatree &node, int32_t level) noexcept {
     return dropped;
 }
 
+// Releases and compacts the children of node that were not kept. True when
+// its children marked KN are to be swept in turn. The compaction is done
+// before any child is visited, so no child visited later moves.
+bool sweep_level(zell_map_ctx *ctx, zell_datatree &node, int32_t level) noexcept {
+    if (!has(node, ZELL_DATATREE_HAS_SUBTREES) || is_unswept_top_level(node, level) ||
+        marked(node, ZELL_DATATREE_MARK_KA))
+        return false;
+    if (drop_unmarked(node, level) && level > kRootLevel)
+        (void)zell_map_datatree_remove_null_subtrees(ctx, &node);
+    return true;
+}
+
+struct SweepFrame {
+    zell_datatree *node;
+    int32_t level;
+    size_t next; // the child to look at next
+};
+
+// A node whose frame cannot be held stays unswept, whole.
+void sweep_walk(zell_map_ctx *ctx, zell_datatree &root) noexcept {
+    WalkStack<SweepFrame> stack;
+    const auto enter = [&](zell_datatree &node, int32_t level) {
+        if (stack.push({&node, level, 0}) && !sweep_level(ctx, node, level))
+            stack.pop();
+    };
+    enter(root, kRootLevel);
+    while (!stack.empty()) {
+        SweepFrame &frame = stack.top();
+        const auto kids = children(*frame.node);
+        while (frame.next < kids.size() && !marked(kids[frame.next], ZELL_DATATREE_MARK_KN))
+            ++frame.next;
+        if (frame.next == kids.size()) {
+            stack.pop();
+            continue;
+        }
+        const int32_t child_level = frame.level + 1;
+        enter(kids[frame.next++], child_level);
+    }
+}
+
 } // namespace
 
 extern "C" {
@@ -47,11 +88,7 @@ extern "C" {
 uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) noexcept {
     if (ctx == nullptr || root == nullptr)
         return 0;
-    run_mark_walk(
-        [&](rask_queue *stack) { return zell_map_dfs_sweep_stack_push(ctx, stack, root, kRootLevel); },
-        [&](rask_queue *stack, zell_map_dfs_mark_elem *element) {
-            return zell_map_dfs_process_sweep(ctx, stack, element);
-        });
+    sweep_walk(ctx, *root);
     return 0;
 }
 
@@ -61,13 +98,8 @@ uint32_t zell_map_dfs_process_sweep(zell_map_ctx *ctx, rask_queue *stack,
         return 0;
     zell_datatree &node = *element->node;
     const int32_t level = element->level;
-    if (!has(node, ZELL_DATATREE_HAS_SUBTREES) || is_unswept_top_level(node, level) ||
-        marked(node, ZELL_DATATREE_MARK_KA))
+    if (!sweep_level(ctx, node, level))
         return 1;
-    if (drop_unmarked(node, level) && level > kRootLevel)
-        (void)zell_map_datatree_remove_null_subtrees(ctx, &node);
-    // Compaction is done before any child is pushed, so no pushed element
-    // points at a slot that moves later.
     for (zell_datatree &child : children(node))
         if (marked(child, ZELL_DATATREE_MARK_KN))
             (void)zell_map_dfs_sweep_stack_push(ctx, stack, &child, level + 1);

@@ -1,8 +1,7 @@
-// Shared pieces of the mark and sweep walks: the marks, the list-entry test
-// and the frame of a walk over mark elements.
+// Shared pieces of the mark and sweep walks: the marks and the list-entry
+// test.
 #pragma once
 
-#include "filter/dfs_stack.h"
 #include "core/node.h"
 
 namespace zell::map {
@@ -24,20 +23,6 @@ constexpr bool marked(const zell_datatree &node, zell_datatree_mark mark) noexce
 
 constexpr bool kept_by_sweep(const zell_datatree &node) noexcept {
     return marked(node, ZELL_DATATREE_MARK_KN) || marked(node, ZELL_DATATREE_MARK_KA);
-}
-
-// One whole walk: a fresh stack, the root element pushed by push_root
-// (nothing runs when that fails), then step for every element popped. The
-// walks report nothing, so the steps' results are dropped.
-template <typename PushRoot, typename Step> void run_mark_walk(PushRoot &&push_root, Step &&step) noexcept {
-    rask_queue stack{};
-    (void)zell_map_dfs_stack_init(&stack);
-    if (push_root(&stack) == 0)
-        return;
-    (void)run_walk<zell_map_dfs_mark_elem>(stack, [&](zell_map_dfs_mark_elem *element) {
-        (void)step(&stack, element);
-        return false;
-    });
 }
 
 } // namespace zell::map

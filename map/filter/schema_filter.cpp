@@ -1,11 +1,10 @@
 // The schema-filter walk: does a request's subtree filter select a path?
-// Tags only, level by level along the path, depth first over a work stack.
-// Nothing here logs.
+// Tags only, level by level along the path, depth first. Nothing here logs.
 #include <cstddef>
 
-#include "filter/dfs_stack.h"
 #include "core/memory.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "zell_map_filter.h"
 
 using namespace zell::map;
@@ -18,6 +17,51 @@ bool is_selection_node(const zell_datatree &node) noexcept {
     return !has(node, ZELL_DATATREE_HAS_SUBTREES) || node.n_subtrees <= 0;
 }
 
+// Does node, reached by tokens[index], select the path by itself?
+bool selects(const zell_datatree &node, int32_t index, int32_t n_tokens, int32_t accept_partial) noexcept {
+    if (is_selection_node(node) || names_keys_only(node))
+        return true;
+    return index + 1 == n_tokens && accept_partial == 1;
+}
+
+struct SchemaFrame {
+    const zell_datatree *node; // matched tokens[index]
+    int32_t index;
+    size_t next; // the child to look at next
+};
+
+// Every filter branch whose tags follow the tokens, until one selects. A
+// child after a child without a tag is not explored; nor is a branch whose
+// frame cannot be held.
+bool any_branch_selects(const zell_datatree &root, char *const *tokens, int32_t n_tokens,
+                        int32_t accept_partial) noexcept {
+    WalkStack<SchemaFrame> stack;
+    const auto enter = [&](const zell_datatree &node, int32_t index) {
+        if (selects(node, index, n_tokens, accept_partial))
+            return true;
+        if (index + 1 < n_tokens)
+            (void)stack.push({&node, index, 0});
+        return false;
+    };
+    if (enter(root, 0))
+        return true;
+    while (!stack.empty()) {
+        SchemaFrame &frame = stack.top();
+        const auto kids = children(*frame.node);
+        const char *token = tokens[frame.index + 1];
+        while (frame.next < kids.size() && kids[frame.next].tag != nullptr && !same(kids[frame.next].tag, token))
+            ++frame.next;
+        if (frame.next == kids.size() || kids[frame.next].tag == nullptr) {
+            stack.pop();
+            continue;
+        }
+        const int32_t index = frame.index + 1;
+        if (enter(kids[frame.next++], index))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 extern "C" {
@@ -27,12 +71,10 @@ uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *stack, zell_ma
     if (element == nullptr || element->node == nullptr)
         return 0;
     const zell_datatree &node = *element->node;
-    if (is_selection_node(node) || names_keys_only(node))
+    if (selects(node, element->token_index, n_tokens, accept_partial))
         return 1;
     const int32_t next = element->token_index + 1;
-    if (next == n_tokens)
-        return accept_partial == 1 ? 1 : 0;
-    if (next > n_tokens || element->token_index < 0)
+    if (next >= n_tokens || element->token_index < 0)
         return 0; // not an element of this token array
     for (zell_datatree &child : children(node)) {
         if (child.tag == nullptr)
@@ -46,23 +88,16 @@ uint32_t zell_map_dfs_filter_schema(zell_map_ctx *ctx, zell_datatree *root, cons
                                     int32_t accept_partial) noexcept {
     if (root == nullptr || path == nullptr || ctx == nullptr)
         return 0;
+    if (root->tag == nullptr)
+        return 0; // the root matches no token
     OwnedString copy = copy_string(path, "ZELL MAP DFS");
     if (!copy)
         return 0;
-    rask_queue stack;
-    (void)zell_map_dfs_stack_init(&stack);
-
     char *tokens[ZELL_MAP_DFS_TOKENS_MAX];
     tokens[0] = root->tag;
     int32_t count = 1;
     (void)zell_map_str_to_array(copy.get(), tokens, ZELL_MAP_DFS_TOKENS_MAX, &count);
-
-    if (zell_map_dfs_stack_push(ctx, &stack, root, tokens, 0, 1) == 0)
-        return 0;
-    const bool selected = run_walk<zell_map_dfs_elem>(stack, [&](zell_map_dfs_elem *element) {
-        return zell_map_dfs_process_node(ctx, &stack, element, tokens, count, accept_partial) == 1;
-    });
-    return selected ? 1 : 0;
+    return any_branch_selects(*root, tokens, count, accept_partial) ? 1 : 0;
 }
 
 } // extern "C"

@@ -65,6 +65,8 @@ ZELL_MAP_API uint32_t zell_map_str_to_array(char *str, char **array, int32_t max
  *                   are read; a longer path is judged by them.
  * @param[in] accept_partial 1 also accepts a path that ends on the way to
  *                   a selection (the filter goes on below its last node).
+ * Walks the filter depth first, one frame per level; a branch deeper than
+ * 64 levels whose frame cannot be allocated is not explored.
  * @return 1 when selected, else 0 (also for NULL arguments, an untagged
  *         root or a failed copy).
  */
@@ -82,7 +84,8 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
 /**
  * Marks the nodes of @p data_root that the subtree filter @p filter_root
  * selects, for zell_map_dfs_filter_sweep(). Walks both trees side by side
- * (iteratively, on a work stack; never logs) and writes, with the mark's
+ * (depth first, one frame per level, never recursing; never logs) at any
+ * width and depth and writes, with the mark's
  * presence bit, ZELL_DATATREE_MARK_KN (stays, children filtered further) or
  * ZELL_DATATREE_MARK_KA (stays with everything below it). The roots pair
  * whatever their tags; below them nodes pair by tag, and a filter list
@@ -97,18 +100,25 @@ ZELL_MAP_API uint32_t zell_map_dfs_process_node(zell_map_ctx *ctx, rask_queue *s
  * the response's top container is marked and zell_map_dfs_filter_sweep(),
  * given the record that holds it, descends into it.
  *
- * @param[in] ctx          Request context; NULL: nothing is done.
- * @param[in] filter_root  The request's filter tree, its top container;
- *                         NULL: nothing is done.
- * @param[in,out] data_root The response's top container; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation, or a work stack
- *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending pairs,
- *         leaves that pair's subtree unmarked (the root's: nothing marked),
- *         so the sweep removes it. Key values are
- *         compared only on filter entries typed as list entries whose key
- *         leaves are flagged as keys (zell_map_filter_add_list_entry(),
- *         zell_map_filter_add_key()); otherwise the key value is ignored
- *         and every instance pairs.
+ * Time is linear in the two trees: a filter level with more than two
+ * children is paired through an index of them (tag, key values) in scratch
+ * memory that @p ctx keeps between calls and zell_map_request_release()
+ * releases.
+ *
+ * @param[in,out] ctx      Request context (its scratch may be allocated or
+ *                         grown); NULL: nothing is done.
+ * @param[in] filter_root  The request's filter tree; NULL: nothing is done.
+ * @param[in,out] data_root The response; NULL: nothing is done.
+ * @return ZELL_MAP_OK (also for NULL arguments). The first 64 levels need
+ *         no allocation; a level whose frame cannot be allocated leaves
+ *         that pair's subtree unmarked.
+ *         ZELL_MAP_ERR_NO_MEMORY when the scratch for the index (or a walk
+ *         over a filter deeper than 64 levels) could not be allocated: the
+ *         response is untouched.
+ *         Key values are compared only on filter entries typed as list
+ *         entries whose key leaves are flagged as keys
+ *         (zell_map_filter_add_list_entry(), zell_map_filter_add_key());
+ *         otherwise the key value is ignored and every instance pairs.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_mark(zell_map_ctx *ctx, zell_datatree *filter_root,
                                                zell_datatree *data_root) ZELL_MAP_NOEXCEPT;
@@ -142,7 +152,8 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
                                                      const zell_datatree *instance) ZELL_MAP_NOEXCEPT;
 /**
  * Removes what zell_map_dfs_filter_mark() did not keep from the response
- * @p root (iteratively; never logs). Below the root, every child not marked
+ * @p root (depth first, one frame per level, never recursing; never logs),
+ * at any width and depth. Below the root, every child not marked
  * ZELL_DATATREE_MARK_KN or _KA is released and the survivors are moved, in
  * order, to the front of their parent's array, which keeps its allocation
  * (n_subtrees lowered, freed slots initialised records, subtree_index and
@@ -161,10 +172,9 @@ ZELL_MAP_API uint32_t zell_map_datatree_compare_keys(const zell_datatree *entry,
  *
  * @param[in] ctx      Request context; NULL: nothing is done.
  * @param[in,out] root The marked response; NULL: nothing is done.
- * @return 0 always. A failed work-element allocation, or a work stack
- *         already holding ZELL_MAP_DFS_STACK_LIMIT (5000) pending nodes,
- *         leaves that node's subtree unswept (the root's: the tree
- *         untouched). Moving survivors allocates nothing.
+ * @return 0 always. The first 64 levels need no allocation; a level whose
+ *         frame cannot be allocated leaves that node's subtree unswept.
+ *         Moving survivors allocates nothing.
  */
 ZELL_MAP_API uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) ZELL_MAP_NOEXCEPT;
 /**

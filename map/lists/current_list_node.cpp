@@ -22,14 +22,16 @@ zell_map_status update(const Log &log, zell_map_ctx &ctx, const char *path) noex
     const bool keeps_keys = current != nullptr && lies_within(path, current);
     if (current != nullptr && std::string_view(path) == current)
         return ZELL_MAP_OK;
+    // Keys of a node left behind are forgotten even when the new path
+    // cannot be copied and the old one stays.
+    if (!keeps_keys)
+        clear_list_keys(ctx);
     OwnedString copy =
         copy_string(path, keeps_keys ? "ZELL MAP update list node" : "ZELL MAP current list node");
     if (!copy) {
         ZELL_LOG(log, ERR, "Failed to copy path name!");
         return ZELL_MAP_ERR_NO_MEMORY;
     }
-    if (!keeps_keys)
-        clear_list_keys(ctx);
     rask_named_free(ctx.current_list_node);
     ctx.current_list_node = copy.release();
     return ZELL_MAP_OK;

@@ -200,7 +200,8 @@ ZELL_MAP_API zell_map_status zell_remove_from_output_list_ctx(zell_map_ctx *ctx)
 /**
  * Makes a copy of @p path the current list node. A path outside the current
  * one (neither equal to it nor below it after a "/") empties the list keys
- * (the strings stay the caller's). Nothing changes on failure.
+ * (the strings stay the caller's), also when the copy then fails; the old
+ * path stays on failure.
  * @return ZELL_MAP_OK;
  *         ZELL_MAP_ERR_NOT_FOUND for a NULL ctx;
  *         ZELL_MAP_ERR_INVALID_ARG for a NULL path (ERR "NULL argument(s) passed!");

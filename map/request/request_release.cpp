@@ -3,6 +3,7 @@
 #include "core/memory.h"
 #include "core/request_state.h"
 #include "tree/child_index.h"
+#include "core/scratch.h"
 #include "zell_map_list.h"
 #include "zell_map_request.h"
 
@@ -29,4 +30,5 @@ extern "C" void zell_map_request_release(zell_map_ctx *ctx) noexcept {
     rask_named_free(ctx->current_list_node);
     ctx->current_list_node = nullptr;
     release_child_index(ctx);
+    release_scratch(*ctx);
 }

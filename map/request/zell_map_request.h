@@ -23,7 +23,7 @@ ZELL_MAP_API zell_datatree *zell_map_datatree_get_datatree(const zell_map_ctx *c
  * Releases everything the request record and the context still hold when a
  * request ends: trim path, output-list paths, hierarchy names and paths,
  * the instance-tree stack (with the instance arrays it owns), the
- * current list node and the context's child index. Leaves those fields
+ * current list node, the context's child index and its scratch memory. Leaves those fields
  * zeroed and the list keys empty.
  * The trees and the message are the caller's and are not touched.
  * A NULL ctx or request is ignored.

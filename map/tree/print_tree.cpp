@@ -7,6 +7,7 @@
 
 #include "core/memory.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "zell_map_tree.h"
 
 using namespace zell::map;
@@ -87,20 +88,48 @@ bool print_line(const zell_datatree &node, uint32_t depth, bool ns_mode) noexcep
     return true;
 }
 
-// Returns the status of the last nested level printed from this one; a
-// failure on this level ends it at once.
-zell_map_status print_children(const zell_datatree &node, uint32_t depth, bool ns_mode) noexcept {
+struct PrintFrame {
+    const zell_datatree *node; // whose children this level prints
+    size_t next;               // the child to print next
+    zell_map_status result;    // of the last level nested in this one
+};
+
+// The children of a level, whatever the node's own subtrees bit says.
+std::span<const zell_datatree> level_of(const zell_datatree &node) noexcept {
     if (node.n_subtrees < 1 || node.subtrees == nullptr)
-        return ZELL_MAP_OK;
-    zell_map_status result = ZELL_MAP_OK;
-    for (const zell_datatree &child : std::span(node.subtrees, static_cast<size_t>(node.n_subtrees))) {
-        if (!print_line(child, depth, ns_mode))
-            return ZELL_MAP_ERR_NO_MEMORY;
-        put("\n");
-        if (has(child, ZELL_DATATREE_HAS_SUBTREES))
-            result = print_children(child, depth + 1, ns_mode);
+        return {};
+    return {node.subtrees, static_cast<size_t>(node.n_subtrees)};
+}
+
+// A level reports the status of the last level nested in it; a failure on
+// a level ends it at once. A nested level whose frame cannot be held counts
+// as failed.
+zell_map_status print_children(const zell_datatree &top, uint32_t depth, bool ns_mode) noexcept {
+    WalkStack<PrintFrame> stack;
+    if (!stack.push({&top, 0, ZELL_MAP_OK}))
+        return ZELL_MAP_ERR_NO_MEMORY;
+    for (;;) {
+        PrintFrame &frame = stack.top();
+        const auto kids = level_of(*frame.node);
+        zell_map_status ended = ZELL_MAP_OK; // status of the level that ends here, if one does
+        if (frame.next == kids.size()) {
+            ended = frame.result;
+        } else {
+            const zell_datatree &child = kids[frame.next++];
+            const uint32_t child_depth = depth + static_cast<uint32_t>(stack.depth() - 1);
+            if (print_line(child, child_depth, ns_mode)) {
+                put("\n");
+                if (has(child, ZELL_DATATREE_HAS_SUBTREES) && !stack.push({&child, 0, ZELL_MAP_OK}))
+                    frame.result = ZELL_MAP_ERR_NO_MEMORY;
+                continue;
+            }
+            ended = ZELL_MAP_ERR_NO_MEMORY;
+        }
+        stack.pop();
+        if (stack.empty())
+            return ended;
+        stack.top().result = ended;
     }
-    return result;
 }
 
 } // namespace

@@ -108,9 +108,11 @@ std::optional<zell_datatree *> indexed_target(zell_map_ctx *ctx, zell_datatree &
 zell_map_status add_child(const Log &log, zell_map_ctx *ctx, zell_datatree &parent, const char *tag,
                           const char *ns, const char *data, const zell_datatree *op_source,
                           zell_datatree **out_child, bool indexed, uint32_t flags) noexcept {
-    // A parent that claims children without an array is treated as childless.
-    const bool has_array = has(parent, ZELL_DATATREE_HAS_SUBTREES) && parent.subtrees != nullptr;
-    const int32_t n = has_array && parent.n_subtrees > 0 ? parent.n_subtrees : 0;
+    // The subtrees bit alone says whether the parent has an array to grow,
+    // whatever its count. A count below 1, or one without an array, counts
+    // as no children: the new child goes first.
+    const bool has_array = has(parent, ZELL_DATATREE_HAS_SUBTREES);
+    const int32_t n = parent.subtrees != nullptr && parent.n_subtrees > 0 ? parent.n_subtrees : 0;
     const bool any_ns = (flags & ZELL_MAP_FLAG_IGNORE_NS) != 0;
     Owned<zell_datatree> first_array;
     zell_datatree *array = nullptr;

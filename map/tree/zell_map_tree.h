@@ -39,7 +39,9 @@ ZELL_MAP_API int zell_map_trim_strcmpbeg(const char *first, const char *second) 
 
 /**
  * Adds the child @p tag in namespace @p ns to @p parent, or reuses an
- * existing one.
+ * existing one. A parent whose subtrees bit is set grows its array by one
+ * record (rask_named_realloc) even when it counts no children; one whose
+ * bit is clear gets a new array, whatever its old pointer held.
  *
  * @param[in] ctx        Request context.
  * @param[in,out] parent Node that receives the child.
@@ -177,8 +179,9 @@ ZELL_MAP_API zell_map_status zell_map_validate_data_ns(zell_map_ctx *ctx, const 
  * @return ZELL_MAP_OK (also for a NULL node);
  *         ZELL_MAP_ERR_NO_MEMORY when an insert-info record could not be
  *         allocated: that line stays unterminated and the rest of its
- *         level is not printed. A level reports the status of the last
- *         level nested in it.
+ *         level is not printed; also when a level below the 64th could not
+ *         get its walk frame: that level is not printed. A level reports
+ *         the status of the last level nested in it. Never recurses.
  */
 ZELL_MAP_API zell_map_status zell_map_print_subtrees(const zell_datatree *node, uint32_t depth,
                                                      int ns_mode) ZELL_MAP_NOEXCEPT;

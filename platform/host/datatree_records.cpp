@@ -31,7 +31,32 @@ class Releaser {
         block(pairs);
     }
 
-    void record(zell_datatree &node) const noexcept {
+    // Releases a whole tree without a stack of its own: the way back up is
+    // kept in the records being released. A record whose own fields are
+    // gone holds its parent in its tag field, and each parent's count
+    // tells how many children are left, released from the last one.
+    void record(zell_datatree &root) const noexcept {
+        fields(root);
+        root.tag = nullptr; // the root has no parent
+        zell_datatree *node = &root;
+        while (node != nullptr) {
+            if (node->subtrees != nullptr && node->n_subtrees > 0) {
+                zell_datatree *child = &node->subtrees[--node->n_subtrees];
+                fields(*child);
+                set_parent(*child, node);
+                node = child;
+                continue;
+            }
+            block(node->subtrees);
+            zell_datatree *parent = parent_of(*node);
+            *node = zell_datatree{};
+            node = parent;
+        }
+    }
+
+  private:
+    // Everything the record owns but its children.
+    void fields(zell_datatree &node) const noexcept {
         string(node.tag);
         string(node.data);
         string(node.ns);
@@ -40,15 +65,15 @@ class Releaser {
         pairs(node.insert.key.keys, node.insert.key.n_keys);
         string(node.insert.key.text);
         string(node.insert.value.value);
-        if (node.subtrees != nullptr) {
-            for (zell_datatree &child : std::span(node.subtrees, node.n_subtrees > 0 ? node.n_subtrees : 0))
-                record(child);
-        }
-        block(node.subtrees);
-        node = zell_datatree{};
     }
 
-  private:
+    static void set_parent(zell_datatree &node, zell_datatree *parent) noexcept {
+        node.tag = reinterpret_cast<char *>(parent);
+    }
+    static zell_datatree *parent_of(const zell_datatree &node) noexcept {
+        return reinterpret_cast<zell_datatree *>(node.tag);
+    }
+
     zell_gpb_free_fn release_;
     uint32_t arg_;
 };
@@ -97,10 +122,41 @@ class Copier {
         return dst;
     }
 
-    void record(zell_datatree &dst, const zell_datatree &src) noexcept {
+    // Copies a whole tree without a stack of its own. A record whose
+    // children are being copied keeps, until they are done, its parent in
+    // its tag field and its source in its data field; its own tag and data
+    // are copied last. After a failure nothing more is descended into, and
+    // the records still open are closed on the way back up.
+    void record(zell_datatree &dst_root, const zell_datatree &src_root) noexcept {
+        open(dst_root, src_root, nullptr);
+        zell_datatree *node = &dst_root;
+        int32_t next = 0; // the child of node to copy next
+        for (;;) {
+            const zell_datatree &src = *source_of(*node);
+            if (!failed_ && node->subtrees != nullptr && next < src.n_subtrees) {
+                zell_datatree *child = &node->subtrees[next];
+                open(*child, src.subtrees[next], node);
+                node = child;
+                next = 0;
+                continue;
+            }
+            zell_datatree *parent = parent_of(*node);
+            node->tag = string(src.tag);
+            node->data = string(src.data);
+            if (parent == nullptr)
+                return;
+            next = static_cast<int32_t>(node - parent->subtrees) + 1;
+            node = parent;
+        }
+    }
+
+  private:
+    // Every field but tag and data, which hold the way back until the
+    // children are copied; the children array is allocated, zeroed.
+    void open(zell_datatree &dst, const zell_datatree &src, zell_datatree *parent) noexcept {
         dst = src;
-        dst.tag = string(src.tag);
-        dst.data = string(src.data);
+        dst.tag = reinterpret_cast<char *>(parent);
+        dst.data = reinterpret_cast<char *>(const_cast<zell_datatree *>(&src));
         dst.ns = string(src.ns);
         dst.data_ns = string(src.data_ns);
         dst.attributes = pairs(src.attributes, src.n_attributes);
@@ -108,13 +164,15 @@ class Copier {
         dst.insert.key.text = string(src.insert.key.text);
         dst.insert.value.value = string(src.insert.value.value);
         dst.subtrees = src.subtrees == nullptr ? nullptr : array<zell_datatree>(src.n_subtrees);
-        if (dst.subtrees != nullptr) {
-            for (int32_t i = 0; i < src.n_subtrees; ++i)
-                record(dst.subtrees[i], src.subtrees[i]);
-        }
     }
 
-  private:
+    static zell_datatree *parent_of(const zell_datatree &open) noexcept {
+        return reinterpret_cast<zell_datatree *>(open.tag);
+    }
+    static const zell_datatree *source_of(const zell_datatree &open) noexcept {
+        return reinterpret_cast<const zell_datatree *>(open.data);
+    }
+
     void *raw(std::size_t size) noexcept {
         if (failed_)
             return nullptr;

@@ -2,7 +2,7 @@
 // state that tests start from.
 #include <atomic>
 #include <cstdarg>
-#include <span>
+#include <cstdlib>
 
 #include "zell_host.h"
 #include "zell_map_types.h"
@@ -28,20 +28,48 @@ void emit_formatted(const void *handle, const char *format, ...) noexcept {
 }
 
 // Follows the children the node holds, whatever its presence bit says, so
-// that the trace shows what the record really owns.
-uint32_t trace_children(const void *handle, const zell_datatree &node, uint32_t depth) noexcept {
-    if (node.subtrees == nullptr || node.n_subtrees <= 0)
-        return 0;
+// that the trace shows what the record really owns. Depth first on a stack
+// of one frame per level, grown on the C heap; a level that cannot be
+// added is left out of the trace.
+uint32_t trace_children(const void *handle, const zell_datatree &top, uint32_t depth) noexcept {
+    struct Frame {
+        const zell_datatree *node;
+        int32_t next;
+    };
+    Frame *frames = nullptr;
+    std::size_t size = 0, capacity = 0;
+    const auto push = [&](const zell_datatree &node) {
+        if (node.subtrees == nullptr || node.n_subtrees <= 0)
+            return;
+        if (size == capacity) {
+            const std::size_t grown = capacity == 0 ? 64 : capacity * 2;
+            void *block = std::realloc(frames, grown * sizeof(Frame));
+            if (block == nullptr)
+                return;
+            frames = static_cast<Frame *>(block);
+            capacity = grown;
+        }
+        frames[size++] = {&node, 0};
+    };
     uint32_t lines = 0;
-    for (const zell_datatree &child : std::span(node.subtrees, static_cast<std::size_t>(node.n_subtrees))) {
-        const int indent = static_cast<int>(depth) * kIndentWidth;
+    push(top);
+    while (size > 0) {
+        Frame &frame = frames[size - 1];
+        if (frame.next == frame.node->n_subtrees) {
+            --size;
+            continue;
+        }
+        const zell_datatree &child = frame.node->subtrees[frame.next++];
+        const int indent = static_cast<int>(depth + size - 1) * kIndentWidth;
         const char *tag = child.tag != nullptr ? child.tag : "(no tag)";
         if ((child.presence & ZELL_DATATREE_HAS_DATA) != 0 && child.data != nullptr)
             emit_formatted(handle, "%*s%s : %s", indent, "", tag, child.data);
         else
             emit_formatted(handle, "%*s%s", indent, "", tag);
-        lines += 1 + trace_children(handle, child, depth + 1);
+        ++lines;
+        push(child);
     }
+    std::free(frames);
     return lines;
 }
 

@@ -404,6 +404,15 @@ class ExampleBgpGetFaults : public zell::test::MapTest {
     zell_datatree filter_holder_{}, data_{};
 };
 
+TEST_F(ExampleBgpGetFaults, NoSessionMeansNoConnectionAndNoResponse) {
+    msg.session_id = kSession + 1;
+    zell_datatree top{};
+    zell_datatree *response = nullptr;
+    EXPECT_EQ(bgp_get(&ctx, &top, &response), ZELL_MAP_ERR_NOT_FOUND);
+    EXPECT_EQ(response, nullptr);
+    EXPECT_EQ(top.subtrees, nullptr);
+}
+
 TEST_F(ExampleBgpGetFaults, EveryAllocationOfARequestFailingLeavesNothingBehind) {
     using zell::test::AllocFailure;
     for (const std::string &filter :
@@ -427,6 +436,21 @@ TEST_F(ExampleBgpGetFaults, EveryAllocationOfARequestFailingLeavesNothingBehind)
             EXPECT_GT(runs, 50);
         }
     }
+}
+
+// More neighbors than any work stack used to hold: every one is answered.
+TEST_F(ExampleBgpGet, PeerAsFilterAnswersEveryOneOfSixThousandNeighborsAtScale) {
+    const std::string db = MakeDb(6000);
+    const Outcome run = Get("--db '" + db + "' --filter '" + BGP_GET_FILTERS + "/peer-as.xml'");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const auto count = [&run](const std::string &text) {
+        size_t n = 0;
+        for (size_t at = run.out.find(text); at != std::string::npos; at = run.out.find(text, at + 1))
+            ++n;
+        return n;
+    };
+    EXPECT_EQ(count("<neighbor>"), 6000u);
+    EXPECT_EQ(count("<peer-as>"), 6000u);
 }
 
 } // namespace

@@ -174,6 +174,23 @@ void outlines(zell_map_ctx &ctx, World &w) {
     add_outline(ctx, w.tree.node, "c|.e|..k : 1|..x : 10|..y : 11|.e|..k : 2|..x : 20|d|.z : 3|f");
 }
 
+// Filter and response with a top level of three filter nodes (so marking
+// indexes it in the context's scratch) and a chain deeper than the walks'
+// 64 frames without allocation, each response level with a node to drop.
+void deep_outlines(zell_map_ctx &ctx, World &w) {
+    constexpr int kDepth = 70;
+    std::string filter = "b|c", response = "b : 1|c : 2|q : 3";
+    for (int level = 0; level < kDepth; ++level) {
+        const std::string dots(static_cast<size_t>(level), '.');
+        filter += "|" + dots + "a";
+        response += "|" + dots + "a|" + dots + ".z : " + std::to_string(level);
+    }
+    filter += "|" + std::string(kDepth, '.') + "x";
+    response += "|" + std::string(kDepth, '.') + "x : 1";
+    add_outline(ctx, w.filter.node, filter);
+    add_outline(ctx, w.tree.node, response);
+}
+
 // clang-format off
 std::vector<Case> cases() {
     const auto none = [](zell_map_ctx &, World &) {};
@@ -276,8 +293,8 @@ std::vector<Case> cases() {
          [](zell_map_ctx &c, World &w) { // pushes the filter's a
             return yes_no(!zell_map_dfs_process_node(&c, &w.stack, &w.elem, w.tokens, 3, 0) &&
                           !rask_queue_empty(&w.stack)); }},
-        {"zell_map_dfs_filter_mark", {{}, {}, false, Outcome::Unmarked}, outlines, [](zell_map_ctx &c, World &w) {
-            return zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get()); }},
+        {"zell_map_dfs_filter_mark", {{NO_MEMORY}, {}, false, Outcome::Unmarked}, deep_outlines,
+         [](zell_map_ctx &c, World &w) { return zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get()); }},
         {"zell_map_dfs_process_mark", {{}, {}, false, Outcome::Unmarked},
          [](zell_map_ctx &c, World &w) {
             outlines(c, w);
@@ -286,7 +303,7 @@ std::vector<Case> cases() {
          [](zell_map_ctx &c, World &w) { return zell_map_dfs_process_mark(&c, &w.stack, &w.mark_elem); }},
         {"zell_map_dfs_filter_sweep", {{}, {}, false, Outcome::Unswept},
          [](zell_map_ctx &c, World &w) {
-            outlines(c, w);
+            deep_outlines(c, w);
             zell_map_dfs_filter_mark(&c, w.filter.get(), w.tree.get());
          },
          [](zell_map_ctx &c, World &w) { return zell_map_dfs_filter_sweep(&c, w.tree.get()); }},

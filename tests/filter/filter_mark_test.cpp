@@ -1,5 +1,6 @@
 // What the mark phase keeps for each filter shape, and the key record it compares with.
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,85 @@ TEST_F(FilterMark, MarksWhatEachFilterShapeSelects) {
         EXPECT_EQ(line_of(filter.node), filter_before) << "the filter was changed";
         EXPECT_TRUE(log.lines().empty()) << "the walk logged";
     }
+}
+
+// A random outline: tags a, b, e (now and then none), values 1 and 2, key
+// leaves and list entries, levels of up to `width` children.
+void random_outline(std::mt19937 &rng, std::string &out, int depth, int width) {
+    const int n = static_cast<int>(rng() % static_cast<unsigned>(width + 1));
+    for (int i = 0; i < n; ++i) {
+        static constexpr const char *kTags[] = {"a", "b", "e", "e", "(null)"};
+        std::string line = std::string(static_cast<size_t>(depth), '.') + kTags[rng() % (rng() % 12 == 0 ? 5 : 4)];
+        const bool leaf = depth == 2 || rng() % 3 == 0;
+        if (leaf && rng() % 3 != 0)
+            line += " : " + std::to_string(1 + rng() % 2);
+        if (rng() % 3 == 0)
+            line += " [key]";
+        if (!leaf && rng() % 2 == 0)
+            line += " [entry]";
+        out += (out.empty() ? "" : "|") + line;
+        if (!leaf)
+            random_outline(rng, out, depth + 1, width);
+    }
+}
+
+// The step the walk is made of, driven one pair at a time on an exported
+// work stack, as a caller of the steps would drive it.
+void mark_step_by_step(zell_map_ctx &ctx, zell_datatree &filter, zell_datatree &response) {
+    rask_queue stack;
+    zell_map_dfs_stack_init(&stack);
+    ASSERT_EQ(zell_map_dfs_mark_stack_push(&ctx, &stack, &filter, &response, 1, 1), 1u);
+    while (rask_queue_empty(&stack) == 0) {
+        auto *element = static_cast<zell_map_dfs_mark_elem *>(rask_queue_dequeue(&stack));
+        zell_map_dfs_process_mark(&ctx, &stack, element);
+        rask_named_free(element);
+    }
+}
+
+// Wide filter levels are paired through an index, response child by
+// response child; the steps scan filter child by filter child. Both must
+// leave the same marks, also where siblings of one tag compete for a node.
+TEST_F(FilterMark, IndexedLevelsMarkAsTheStepsDo) {
+    std::mt19937 rng(20240601);
+    int indexed = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::string filter_text, response_text;
+        random_outline(rng, filter_text, 0, 6);
+        random_outline(rng, response_text, 0, 6);
+        SCOPED_TRACE("filter " + filter_text + "\nresponse " + response_text);
+        Tree filter, walked, stepped;
+        add_outline(ctx, filter.node, filter_text);
+        add_outline(ctx, walked.node, response_text);
+        add_outline(ctx, stepped.node, response_text);
+        ASSERT_FALSE(HasFatalFailure());
+        indexed += filter->n_subtrees > 2 ? 1 : 0;
+
+        EXPECT_EQ(zell_map_dfs_filter_mark(&ctx, filter.get(), walked.get()), ZELL_MAP_OK);
+        mark_step_by_step(ctx, filter.node, stepped.node);
+
+        ASSERT_EQ(line_of(walked.node), line_of(stepped.node));
+        ASSERT_EQ(walked->mark, stepped->mark);
+    }
+    EXPECT_GT(indexed, 100) << "too few wide filters drawn";
+}
+
+// The index lives in scratch memory the context keeps: when it cannot be
+// had, marking reports it and leaves the response as it was.
+TEST_F(FilterMark, NoScratchForTheIndexMeansNoMarks) {
+    Tree filter, response;
+    add_outline(ctx, filter.node, "c|.a|.b|.e");
+    add_outline(ctx, response.node, "c|.a : 1|.e : 2");
+    for_each_alloc_failure(
+        [&](const Arm &arm) {
+            zell_map_request_release(&ctx);
+            arm();
+            return zell_map_dfs_filter_mark(&ctx, filter.get(), response.get());
+        },
+        [&](zell_map_status status, bool injected) {
+            EXPECT_EQ(line_of(response.node), injected ? "c|.a : 1|.e : 2" : "c (kn)|.a : 1 (ka)|.e : 2 (ka)");
+            EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
+            zell_map_request_release(&ctx);
+        });
 }
 
 TEST_F(FilterMark, KeyRecordHoldsTheFirstTenKeyLeavesAndComparesOnlyWhatFits) {

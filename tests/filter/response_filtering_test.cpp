@@ -1,4 +1,5 @@
 // The sweep of a marked response; filtering end to end, also under failures and at size.
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -71,48 +72,81 @@ TEST_F(ResponseFiltering, RemovingNullChildrenReleasesWhatTheyStillOwn) {
     EXPECT_EQ(line_of(tree.node), "a : 3|b|.y : 4");
 }
 
-// Every allocation of the two walks is a work element; each failure leaves
-// the filtering short by exactly that element's work.
-TEST_F(ResponseFiltering, FailedPushLeavesItsPairUnmarkedOrItsNodeUnswept) {
-    const std::string untouched = "c|.e|..k : 1|..x : 10|..y : 11|.e|..k : 2|..x : 20";
-    const std::string marked = "c (kn)|.e (kn)|..k : 1 (ka)|..x : 10 (ka)|..y : 11|.e|..k : 2|..x : 20";
+// A chain c > c > ... of the given depth in the one-line outline form, the
+// last c given last_mark, the others mark; then, when with_x, a leaf x at
+// every level from depth - 1 up to x_from (bottom up, as the printer shows them).
+std::string chain(int depth, std::string_view mark = "", std::string_view last_mark = "", bool with_x = false,
+                  int x_from = 0) {
+    std::string out;
+    for (int i = 0; i < depth; ++i)
+        out.append(out.empty() ? "" : "|").append(i, '.').append("c").append(i + 1 < depth ? mark : last_mark);
+    for (int i = depth - 1; with_x && i >= x_from; --i)
+        out.append("|").append(i, '.').append("x");
+    return out;
+}
+
+// Walks keep one frame per level; the first levels need no allocation, and a
+// level whose frame cannot be allocated ends that branch only: its pair is
+// not marked, its node not swept, the filter does not select through it, the
+// printer reports it.
+TEST_F(ResponseFiltering, ALevelWhoseFrameCannotBeAllocatedEndsItsBranchOnly) {
+    constexpr int kDepth = 70; // beyond the frames a walk holds without allocating
+    std::string path; // from the filter's first c down past its last
+    for (int i = 1; i < kDepth; ++i)
+        path += "c/";
+    const std::string full = chain(kDepth, " (kn)", " (ka)") + "|x";
+    // Marking first walks the filter alone for the memory it needs. In the
+    // walks, frame 0 is the roots' pair, frame k + 1 the pair of level k:
+    // frame 64, the first allocated, is level 63's.
     const std::string expected_by_failure[] = {
-        untouched,                                            // root pair
-        untouched,                                            // (c, c): c unmarked, the root keeps it
-        "c (kn)",                                             // (e, first e): no instance kept
-        "c (kn)|.e (kn)|..x : 10 (ka)",                       // (k, k)
-        "c (kn)|.e (kn)|..k : 1 (ka)",                        // (x, x)
-        marked,                                               // sweep of the root
-        marked,                                               // sweep of c
-        "c (kn)|.e (kn)|..k : 1 (ka)|..x : 10 (ka)|..y : 11", // sweep of the first e
-        "c (kn)|.e (kn)|..k : 1 (ka)|..x : 10 (ka)",          // nothing failed
+        chain(kDepth, "", "", true),                                     // mark: nothing, no memory
+        chain(63, " (kn)", " (kn)") + "|x",                             // mark: level 63 unmarked
+        chain(kDepth, " (kn)", " (ka)", true, 64) + "|x",               // sweep: level 63 unswept
+        full,                                                            // the path copy
+        full,                                                            // schema filter: no
+        full,                                                            // nothing failed
     };
+    const uint32_t selected_by_failure[] = {1, 1, 1, 0, 0, 1};
     std::optional<Tree> filter, response;
+    uint32_t selected = 0;
     size_t run = 0;
     for_each_alloc_failure(
         [&](const Arm &arm) {
             filter.emplace();
             response.emplace();
-            add_outline(ctx, filter->node, "c|.e [entry]|..k : 1 [key]|..x");
-            add_outline(ctx, response->node, untouched);
+            add_outline(ctx, filter->node, chain(kDepth));
+            add_outline(ctx, response->node, chain(kDepth, "", "", true));
             arm();
-            zell_map_dfs_filter_mark(&ctx, filter->get(), response->get());
+            const zell_map_status marked = zell_map_dfs_filter_mark(&ctx, filter->get(), response->get());
             zell_map_dfs_filter_sweep(&ctx, response->get());
-            return ZELL_MAP_OK;
+            selected = zell_map_dfs_filter_schema(&ctx, &filter->node.subtrees[0], (path + "z").c_str(), 0);
+            return marked;
         },
-        [&](zell_map_status, bool injected) {
+        [&](zell_map_status marked, bool injected) {
             ASSERT_LT(run, std::size(expected_by_failure));
+            EXPECT_EQ(marked, run == 0 ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
             EXPECT_EQ(line_of(response->node), expected_by_failure[run]);
+            EXPECT_EQ(selected, selected_by_failure[run]);
             EXPECT_EQ(injected, ++run < std::size(expected_by_failure));
             filter.reset();
             response.reset();
         });
     EXPECT_EQ(run, std::size(expected_by_failure));
+
+    Tree deep;
+    add_outline(ctx, deep.node, chain(kDepth));
+    zell_host_fail_nth_alloc(1);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(zell_map_print_subtrees(deep.get(), 0, 0), ZELL_MAP_ERR_NO_MEMORY);
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 64) << "printed below the failed level";
 }
 
 // Thousands of list entries end to end; every other one is selected by its
-// key and moves forward, which takes no allocation.
-TEST_F(ResponseFiltering, FiltersALongListWithTheSweepAllocatingTwoElements) {
+// key and moves forward. The filter's index is made in the context's
+// scratch memory on the first call; after that, neither walk allocates on a
+// tree this shallow.
+TEST_F(ResponseFiltering, FiltersALongListWithoutAllocatingOnceTheScratchIsThere) {
     std::string filter = "list", response = "list", expected = "list (kn)";
     for (int i = 0; i < 3000; ++i) {
         const std::string key = "..k : " + std::to_string(i);
@@ -122,16 +156,17 @@ TEST_F(ResponseFiltering, FiltersALongListWithTheSweepAllocatingTwoElements) {
             expected += "|.e (ka)|" + key + " (ka)|..v : x";
         }
     }
-    Tree f, r;
+    Tree f, r, first;
     add_outline(ctx, f.node, filter);
+    add_outline(ctx, first.node, response);
     add_outline(ctx, r.node, response + "|system|.name : r1");
+    EXPECT_EQ(zell_map_dfs_filter_mark(&ctx, f.get(), first.get()), ZELL_MAP_OK);
+    zell_host_fail_nth_alloc(1);
     zell_map_dfs_filter_mark(&ctx, f.get(), r.get());
-    // The root's and the list's work elements; the third allocation is the probe.
-    zell_host_fail_nth_alloc(3);
     zell_map_dfs_filter_sweep(&ctx, r.get());
     void *probe = rask_named_calloc_(1, 1, "ZELL TEST probe", 0);
     zell_host_fail_nth_alloc(0);
-    EXPECT_EQ(probe, nullptr) << "the sweep did not allocate exactly twice";
+    EXPECT_EQ(probe, nullptr) << "the walks allocated";
     rask_named_free(probe);
     EXPECT_EQ(line_of(r.node), expected + "|system|.name : r1");
 }

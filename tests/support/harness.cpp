@@ -27,7 +27,7 @@ void MapTest::SetUp() {
 
 void MapTest::TearDown() {
     zell_host_fail_nth_alloc(0);
-    zell_map_request_release(&ctx); // what the context still holds (its child index)
+    zell_map_request_release(&ctx); // what the context keeps between calls (child index, scratch)
     EXPECT_EQ(zell_host_thread_live_allocations(), live_at_start) << "blocks leaked by the test";
 }
 

@@ -63,6 +63,49 @@ TEST_F(SubtreeInsertTest, ReusesOrAppendsChildrenAsTheArgumentsSayAndTracesEachS
         EXPECT_TRUE(Logged("TRC", kAdd, text));
 }
 
+// The subtrees bit, not the count, says that the parent has an array: one
+// that counts no children grows it (numbered entries too), and the new child
+// goes first.
+TEST_F(SubtreeInsertTest, AParentWithTheSubtreesBitButNoCountGrowsItsArray) {
+    const struct {
+        const char *name;
+        int32_t count;
+        bool with_array;
+    } cases[] = {{"count 0, no array", 0, false},
+                 {"count 0, array left by a sweep", 0, true},
+                 {"negative count", -3, false}};
+    for (const auto &c : cases)
+        for (const int32_t indexed : {0, 1}) {
+            SCOPED_TRACE(std::string(c.name) + (indexed ? ", numbered" : ""));
+            for_each_alloc_failure(
+                [&](const Arm &arm) {
+                    log.clear();
+                    Tree parent;
+                    parent->presence = ZELL_DATATREE_HAS_SUBTREES;
+                    parent->n_subtrees = c.count;
+                    if (c.with_array)
+                        parent->subtrees = static_cast<zell_datatree *>(
+                            rask_named_calloc_(2, sizeof(zell_datatree), "ZELL TEST array", 0));
+                    zell_datatree *out = nullptr;
+                    arm();
+                    const zell_map_status status = zell_map_datatree_add_subtree(
+                        &ctx, parent.get(), "a", "X", nullptr, nullptr, &out, indexed);
+                    if (status == ZELL_MAP_OK) {
+                        EXPECT_EQ(describe(parent.node), indexed ? "a#1" : "a");
+                        EXPECT_EQ(out, parent->subtrees);
+                    } else {
+                        EXPECT_EQ(parent->n_subtrees, c.count) << "the parent changed";
+                    }
+                    return status;
+                },
+                [&](zell_map_status status, bool injected) {
+                    EXPECT_EQ(status, injected ? ZELL_MAP_ERR_NO_MEMORY : ZELL_MAP_OK);
+                    EXPECT_TRUE(Logged("TRC", kAdd, "Expanding subtree array."));
+                    EXPECT_TRUE(NotLogged("Allocating a new subtree array."));
+                });
+        }
+}
+
 TEST_F(SubtreeInsertTest, FailuresAndRefusalsAreLoggedAsErrorsInBothForms) {
     Tree parent;
     append_child(parent.node, "a", "X");
