@@ -70,6 +70,7 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
     // Only the deepest ancestor gains children, so the records of the
     // others never move.
     std::vector<zell_datatree *> ancestors{&root};
+    bool wide_done = false; // one wide list per tree keeps a run within the fuzzer's time limit
     for (int nodes = 0; nodes < limits.max_nodes && !bytes.empty(); ++nodes) {
         const uint8_t op = bytes.byte();
         if ((op & 0x07) == 0) {
@@ -79,7 +80,8 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
         }
         zell_datatree &parent = *ancestors.back();
         const char *tag = bytes.pick(kTags);
-        if (limits.wide_run > 0 && op == 0xff) {
+        if (limits.wide_run > 0 && op == 0xff && !wide_done) {
+            wide_done = true;
             // A wide list: entries keyed 0..n-1, each with its key and a leaf.
             for (int i = 0; i < limits.wide_run; ++i) {
                 const std::string key = std::to_string(i);
