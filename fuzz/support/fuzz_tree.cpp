@@ -39,6 +39,32 @@ zell_datatree *add(zell_map_ctx &ctx, zell_datatree &parent, const char *tag, co
     return child;
 }
 
+// Appends n list entries tagged tag, keyed 0..n-1, each with its key and a
+// leaf. The parent's array grows once, not once per entry.
+void add_wide_list(zell_map_ctx &ctx, zell_datatree &parent, const char *tag, int n) {
+    const int32_t old_count = (parent.presence & ZELL_DATATREE_HAS_SUBTREES) ? parent.n_subtrees : 0;
+    auto *grown = static_cast<zell_datatree *>(
+        rask_named_realloc(parent.subtrees, sizeof(zell_datatree) * static_cast<size_t>(old_count + n)));
+    if (grown == nullptr)
+        fail("building a fuzz tree failed");
+    parent.subtrees = grown;
+    for (int i = 0; i < n; ++i) {
+        zell_datatree &entry = grown[old_count + i];
+        entry = zell_datatree{};
+        entry.tag = zell_strdup(tag, "ZELL FUZZ");
+        entry.ns = zell_strdup(kNs, "ZELL FUZZ");
+        entry.presence = ZELL_DATATREE_HAS_TAG | ZELL_DATATREE_HAS_NS;
+        if (entry.tag == nullptr || entry.ns == nullptr)
+            fail("building a fuzz tree failed");
+        set_bits(entry, 0x02);
+        const std::string key = std::to_string(i);
+        set_bits(*add(ctx, entry, "id", key.c_str()), 0x01);
+        add(ctx, entry, "b", kValues[i % 3]);
+    }
+    parent.n_subtrees = old_count + n;
+    parent.presence |= ZELL_DATATREE_HAS_SUBTREES;
+}
+
 } // namespace
 
 void fail(std::string_view what, std::string_view detail) {
@@ -82,14 +108,7 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
         const char *tag = bytes.pick(kTags);
         if (limits.wide_run > 0 && op == 0xff && !wide_done) {
             wide_done = true;
-            // A wide list: entries keyed 0..n-1, each with its key and a leaf.
-            for (int i = 0; i < limits.wide_run; ++i) {
-                const std::string key = std::to_string(i);
-                zell_datatree *entry = add(ctx, parent, tag, nullptr);
-                set_bits(*entry, 0x02);
-                set_bits(*add(ctx, *entry, "id", key.c_str()), 0x01);
-                add(ctx, *entry, "b", kValues[i % 3]);
-            }
+            add_wide_list(ctx, parent, tag, limits.wide_run);
             continue;
         }
         const char *data = (op & 0x08) ? bytes.pick(kValues) : nullptr;
