@@ -106,9 +106,11 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
         }
         zell_datatree &parent = *ancestors.back();
         const char *tag = bytes.pick(kTags);
-        if (limits.wide_run > 0 && op == 0xff && !wide_done) {
+        // Two 0xff bytes ask for the wide list, so that mutations rarely
+        // pay for one.
+        if (limits.wide_run > 0 && op == 0xff && tag == kTags[7] && !wide_done) {
             wide_done = true;
-            add_wide_list(ctx, parent, tag, limits.wide_run);
+            add_wide_list(ctx, parent, kTags[0], limits.wide_run);
             continue;
         }
         const char *data = (op & 0x08) ? bytes.pick(kValues) : nullptr;

@@ -43,8 +43,8 @@ struct OwnedTree {
 struct TreeLimits {
     int max_nodes = 48;
     int max_depth = 6;
-    // When nonzero, a byte may ask for a run of this many list entries under
-    // one parent (wide lists are where breadth limits show).
+    // When nonzero, two bytes (0xff 0xff) may ask for a run of this many
+    // list entries under one parent (wide lists are where breadth limits show).
     int wide_run = 0;
 };
 
