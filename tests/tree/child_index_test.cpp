@@ -202,7 +202,10 @@ TEST_F(ChildIndex, AnswersAsTheScanDoes) {
 
 // The tree changes outside the library after the index has seen it.
 TEST_F(ChildIndex, SeesTreesChangedBehindItsBack) {
-    const std::pair<const char *, std::function<void(zell_datatree &)>> changes[] = {
+    const struct {
+        const char *name;
+        std::function<void(zell_datatree &)> change;
+    } changes[] = {
         {"an entry appended, the array reallocated",
          [](zell_datatree &w) { append_child(append_child(w, "entry", kNs), "name", kNs, "k99"); }},
         {"the last child dropped, the count lowered",
@@ -221,13 +224,13 @@ TEST_F(ChildIndex, SeesTreesChangedBehindItsBack) {
     };
     const Op probes[] = {add("entry", kNs), add("mix", kNs), add("other", kNs), search(key(99)),
                          search(key(101)), search(key(5)),  present(key(103)), count("R/W/other")};
-    for (const auto &[name, change] : changes) {
+    for (const auto &c : changes) {
         for (size_t p = 0; p < std::size(probes); ++p) {
-            SCOPED_TRACE(std::string(name) + ", probe " + std::to_string(p));
+            SCOPED_TRACE(std::string(c.name) + ", probe " + std::to_string(p));
             const auto changed = [&](zell_datatree &root) {
                 (void)search(key(7))(&ctx, root); // the index is built
                 (void)add("entry", kNs)(&ctx, root);
-                change(root.subtrees[0]);
+                c.change(root.subtrees[0]);
             };
             EXPECT_EQ(run(&ctx, probes[p], changed), run(nullptr, probes[p], changed));
             zell_map_request_release(&ctx);
