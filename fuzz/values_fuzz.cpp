@@ -79,7 +79,9 @@ void check_conversion(uint32_t id, const std::string &in, const std::string &wan
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Session session;
-    const std::string in(reinterpret_cast<const char *>(data), strnlen(reinterpret_cast<const char *>(data), size));
+    const std::string in = size == 0 ? std::string()
+                                     : std::string(reinterpret_cast<const char *>(data),
+                                                   strnlen(reinterpret_cast<const char *>(data), size));
     const uint32_t value = leading_u32(in);
     check_conversion(ZELL_MAP_DATA_CONV_KBS_TO_BPS, in, std::to_string(uint64_t{value} * 1000));
     check_conversion(ZELL_MAP_DATA_CONV_SECS_TO_DATE_AND_TIME, in, date_of(value));

@@ -2,6 +2,7 @@
 // exhausted input reads as zeros, so a decoder never needs a length check.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -32,7 +33,8 @@ class Bytes {
     // Up to max_len bytes taken as they are (NULs dropped, so the text
     // survives as a C string).
     std::string text(size_t max_len) {
-        const size_t len = std::min<size_t>(byte() % (max_len + 1), rest_.size());
+        const size_t wanted = byte() % (max_len + 1); // read before rest_ is measured
+        const size_t len = std::min(wanted, rest_.size());
         std::string out;
         for (uint8_t b : rest_.first(len))
             if (b != 0)
