@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/frame_stack.h"
+#include "core/walk.h"
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/node.h"
@@ -79,8 +79,7 @@ class Reader {
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
     ~Reader() {
-        for (Open &open : open_.slots())
-            release(open);
+        open_.for_each_slot([](Open &open) { release(open); });
         reset_node(document_);
         if (reader_ != nullptr)
             xmlFreeTextReader(reader_);
@@ -130,7 +129,7 @@ class Reader {
     const char *name_;
     zell_map_xml_error *error_;
     xmlTextReaderPtr reader_ = nullptr;
-    FrameStack<Open> open_;
+    WalkStack<Open> open_;
     zell_datatree document_{};
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
@@ -179,7 +178,7 @@ zell_map_status Reader::read_attributes(zell_datatree &node) noexcept {
 zell_map_status Reader::start_element() noexcept {
     if (!open_.empty() && open_.top().text != nullptr && !all_xml_space({open_.top().text, open_.top().text_size}))
         return refuse(ZELL_MAP_ERR_XML, line(), "mixed content: text beside child elements");
-    if (open_.size() >= ZELL_MAP_XML_DEPTH_MAX) {
+    if (open_.depth() >= ZELL_MAP_XML_DEPTH_MAX) {
         char message[64];
         std::snprintf(message, sizeof message, "elements nested deeper than %d", ZELL_MAP_XML_DEPTH_MAX);
         return refuse(ZELL_MAP_ERR_XML, line(), message);
@@ -272,7 +271,7 @@ zell_map_status Reader::end_element() noexcept {
         node.presence |= ZELL_DATATREE_HAS_DATA;
     }
     open.text_size = 0;
-    if (open_.size() == 1) {
+    if (open_.depth() == 1) {
         document_ = node;
         node = zell_datatree{};
         open_.pop();
