@@ -46,6 +46,10 @@ struct Open {
     bool empty; // written <a/>
 };
 
+// An open element is some two hundred bytes: the reader keeps the first
+// levels of a document in itself, not the walks' sixty-four.
+constexpr size_t kInlineOpen = 16;
+
 void release(Open &open) noexcept {
     for (int32_t i = 0; i < open.n_kids; ++i)
         mova_zell_datatree_free_ext(&open.kids[i], zell_gpb_free, 0, 0);
@@ -129,7 +133,7 @@ class Reader {
     const char *name_;
     zell_map_xml_error *error_;
     xmlTextReaderPtr reader_ = nullptr;
-    WalkStack<Open> open_;
+    WalkStack<Open, kInlineOpen> open_;
     zell_datatree document_{};
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
