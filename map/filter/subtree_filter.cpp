@@ -11,8 +11,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/walk.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "core/xml_space.h"
 #include "zell_map_filter.h"
 

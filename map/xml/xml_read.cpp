@@ -13,10 +13,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/walk.h"
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "core/xml_space.h"
 #include "xml/xml_internal.h"
 #include "zell_map_xml.h"

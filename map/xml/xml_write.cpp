@@ -14,9 +14,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/walk.h"
 #include "core/log.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "xml/xml_internal.h"
 #include "zell_map_xml.h"
 
