@@ -11,8 +11,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/frame_stack.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "core/xml_space.h"
 #include "zell_map_filter.h"
 
@@ -183,7 +183,7 @@ Decision decide(const Level &level, const zell_datatree &child, Level &next, boo
 }
 
 zell_map_status filter_subtree(zell_datatree &filter, zell_datatree &response) noexcept {
-    FrameStack<Level> levels("ZELL SUBTREE FILTER");
+    WalkStack<Level> levels("ZELL SUBTREE FILTER");
     zell_map_status status = ZELL_MAP_OK;
     Level *root = levels.push();
     if (root == nullptr)
@@ -201,7 +201,7 @@ zell_map_status filter_subtree(zell_datatree &filter, zell_datatree &response) n
                 status = ZELL_MAP_ERR_NO_MEMORY;
                 break;
             }
-            Level &parent = levels[levels.size() - 2];
+            Level &parent = levels[levels.depth() - 2];
             zell_datatree &child = parent.data->subtrees[index];
             bool failed = false;
             const Decision decision = decide(parent, child, *next, failed);
@@ -241,8 +241,7 @@ zell_map_status filter_subtree(zell_datatree &filter, zell_datatree &response) n
         if (!levels.empty())
             keep(levels.top(), levels.top().next - 1);
     }
-    for (Level &slot : levels.slots())
-        rask_named_free(slot.filters);
+    levels.for_each_slot([](Level &slot) { rask_named_free(slot.filters); });
     return status;
 }
 

@@ -13,10 +13,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/frame_stack.h"
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "core/xml_space.h"
 #include "xml/xml_internal.h"
 #include "zell_map_xml.h"
@@ -45,6 +45,10 @@ struct Open {
     size_t text_size;
     bool empty; // written <a/>
 };
+
+// An open element is some two hundred bytes: the reader keeps the first
+// levels of a document in itself, not the walks' sixty-four.
+constexpr size_t kInlineOpen = 16;
 
 void release(Open &open) noexcept {
     for (int32_t i = 0; i < open.n_kids; ++i)
@@ -79,8 +83,7 @@ class Reader {
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
     ~Reader() {
-        for (Open &open : open_.slots())
-            release(open);
+        open_.for_each_slot([](Open &open) { release(open); });
         reset_node(document_);
         if (reader_ != nullptr)
             xmlFreeTextReader(reader_);
@@ -130,7 +133,7 @@ class Reader {
     const char *name_;
     zell_map_xml_error *error_;
     xmlTextReaderPtr reader_ = nullptr;
-    FrameStack<Open> open_;
+    WalkStack<Open, kInlineOpen> open_;
     zell_datatree document_{};
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
@@ -179,7 +182,7 @@ zell_map_status Reader::read_attributes(zell_datatree &node) noexcept {
 zell_map_status Reader::start_element() noexcept {
     if (!open_.empty() && open_.top().text != nullptr && !all_xml_space({open_.top().text, open_.top().text_size}))
         return refuse(ZELL_MAP_ERR_XML, line(), "mixed content: text beside child elements");
-    if (open_.size() >= ZELL_MAP_XML_DEPTH_MAX) {
+    if (open_.depth() >= ZELL_MAP_XML_DEPTH_MAX) {
         char message[64];
         std::snprintf(message, sizeof message, "elements nested deeper than %d", ZELL_MAP_XML_DEPTH_MAX);
         return refuse(ZELL_MAP_ERR_XML, line(), message);
@@ -272,7 +275,7 @@ zell_map_status Reader::end_element() noexcept {
         node.presence |= ZELL_DATATREE_HAS_DATA;
     }
     open.text_size = 0;
-    if (open_.size() == 1) {
+    if (open_.depth() == 1) {
         document_ = node;
         node = zell_datatree{};
         open_.pop();

@@ -14,9 +14,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/frame_stack.h"
 #include "core/log.h"
 #include "core/node.h"
+#include "core/walk.h"
 #include "xml/xml_internal.h"
 #include "zell_map_xml.h"
 
@@ -82,15 +82,15 @@ class Writer {
     }
     void line_start() noexcept {
         static constexpr std::string_view kSpaces = "                                ";
-        for (size_t n = 2 * open_.size(); n > 0; n -= std::min(n, kSpaces.size()))
+        for (size_t n = 2 * open_.depth(); n > 0; n -= std::min(n, kSpaces.size()))
             raw(kSpaces.substr(0, std::min(n, kSpaces.size())));
     }
 
     xmlOutputBufferPtr out_;
     bool indent_;
     xmlBufferPtr escaped_ = nullptr;
-    FrameStack<OpenElement> open_;
-    FrameStack<Prefix> prefixes_;
+    WalkStack<OpenElement> open_;
+    WalkStack<Prefix> prefixes_;
 };
 
 bool Writer::attribute_value(const char *value) noexcept {
@@ -123,7 +123,7 @@ zell_map_status Writer::attribute(const zell_datatree_pair &pair) noexcept {
         raw(" xml:");
     } else {
         const Prefix *bound = nullptr;
-        for (size_t i = prefixes_.size(); i > 0 && bound == nullptr; --i) {
+        for (size_t i = prefixes_.depth(); i > 0 && bound == nullptr; --i) {
             if (std::string_view(prefixes_[i - 1].uri, prefixes_[i - 1].uri_size) == uri)
                 bound = &prefixes_[i - 1];
         }
@@ -131,7 +131,7 @@ zell_map_status Writer::attribute(const zell_datatree_pair &pair) noexcept {
             Prefix *prefix = prefixes_.push();
             if (prefix == nullptr)
                 return ZELL_MAP_ERR_NO_MEMORY;
-            *prefix = {uri.data(), uri.size(), prefixes_.size()};
+            *prefix = {uri.data(), uri.size(), prefixes_.depth()};
             raw(" xmlns:");
             prefix_name(prefix->number);
             // The value is the uri alone: copy it out of "{uri}local".
@@ -167,7 +167,7 @@ zell_map_status Writer::start(const zell_datatree &node, const char *parent_ns) 
         if (!attribute_value(ns))
             return ZELL_MAP_ERR_NO_MEMORY;
     }
-    const size_t prefixes_before = prefixes_.size();
+    const size_t prefixes_before = prefixes_.depth();
     if (has(node, ZELL_DATATREE_HAS_ATTRIBUTES) && node.attributes != nullptr) {
         for (int32_t i = 0; i < node.n_attributes; ++i) {
             if (const zell_map_status st = attribute(node.attributes[i]); st != ZELL_MAP_OK)
@@ -182,7 +182,7 @@ zell_map_status Writer::start(const zell_datatree &node, const char *parent_ns) 
         *open = {&node, 0, ns, prefixes_before};
         return ZELL_MAP_OK;
     }
-    while (prefixes_.size() > prefixes_before)
+    while (prefixes_.depth() > prefixes_before)
         prefixes_.pop();
     if (has(node, ZELL_DATATREE_HAS_DATA) && node.data != nullptr) {
         raw(">");
@@ -211,7 +211,7 @@ zell_map_status Writer::write(const zell_datatree &root) noexcept {
             continue;
         }
         const zell_datatree &node = *open.node;
-        while (prefixes_.size() > open.prefixes_before)
+        while (prefixes_.depth() > open.prefixes_before)
             prefixes_.pop();
         open_.pop();
         if (indent_)

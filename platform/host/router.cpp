@@ -7,6 +7,7 @@
 #include "zell_host.h"
 #include "zell_map_types.h"
 #include "host_internal.h"
+#include "walk.h"
 
 namespace {
 
@@ -27,49 +28,46 @@ void emit_formatted(const void *handle, const char *format, ...) noexcept {
     zell::host::emit_line(handle, line.c_str());
 }
 
+// Frames beyond the walk's own come from the C heap, never from the named
+// heap, so tracing does not disturb allocation counts or fault injection.
+struct CHeap {
+    static void *grow(void *block, std::size_t count, std::size_t size, const char *) noexcept {
+        return std::realloc(block, count * size);
+    }
+    static void release(void *block) noexcept { std::free(block); }
+};
+
 // Follows the children the node holds, whatever its presence bit says, so
-// that the trace shows what the record really owns. Depth first on a stack
-// of one frame per level, grown on the C heap; a level that cannot be
+// that the trace shows what the record really owns. A level that cannot be
 // added is left out of the trace.
 uint32_t trace_children(const void *handle, const zell_datatree &top, uint32_t depth) noexcept {
     struct Frame {
         const zell_datatree *node;
         int32_t next;
     };
-    Frame *frames = nullptr;
-    std::size_t size = 0, capacity = 0;
-    const auto push = [&](const zell_datatree &node) {
-        if (node.subtrees == nullptr || node.n_subtrees <= 0)
-            return;
-        if (size == capacity) {
-            const std::size_t grown = capacity == 0 ? 64 : capacity * 2;
-            void *block = std::realloc(frames, grown * sizeof(Frame));
-            if (block == nullptr)
-                return;
-            frames = static_cast<Frame *>(block);
-            capacity = grown;
-        }
-        frames[size++] = {&node, 0};
+    zell::map::WalkStack<Frame, zell::map::kInlineWalkFrames, CHeap> stack;
+    const auto enter = [&](const zell_datatree &node) {
+        if (node.subtrees != nullptr && node.n_subtrees > 0)
+            (void)stack.push({&node, 0});
     };
     uint32_t lines = 0;
-    push(top);
-    while (size > 0) {
-        Frame &frame = frames[size - 1];
+    enter(top);
+    while (!stack.empty()) {
+        Frame &frame = stack.top();
         if (frame.next == frame.node->n_subtrees) {
-            --size;
+            stack.pop();
             continue;
         }
         const zell_datatree &child = frame.node->subtrees[frame.next++];
-        const int indent = static_cast<int>(depth + size - 1) * kIndentWidth;
+        const int indent = static_cast<int>(depth + stack.depth() - 1) * kIndentWidth;
         const char *tag = child.tag != nullptr ? child.tag : "(no tag)";
         if ((child.presence & ZELL_DATATREE_HAS_DATA) != 0 && child.data != nullptr)
             emit_formatted(handle, "%*s%s : %s", indent, "", tag, child.data);
         else
             emit_formatted(handle, "%*s%s", indent, "", tag);
         ++lines;
-        push(child);
+        enter(child);
     }
-    std::free(frames);
     return lines;
 }
 

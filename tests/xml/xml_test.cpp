@@ -56,13 +56,6 @@ TEST_F(Xml, ReadGivesTagNamespaceDataAndAttributes) {
     }
 }
 
-TEST_F(Xml, ReadAppendsTheDocumentToWhatTheParentHolds) {
-    Tree t;
-    ASSERT_EQ(read_xml(t.node, "<a>1</a>"), ZELL_MAP_OK);
-    ASSERT_EQ(read_xml(t.node, "<b><c/></b>"), ZELL_MAP_OK);
-    EXPECT_EQ(describe(t.node), "a=1,b(c)");
-}
-
 TEST_F(Xml, WriteDeclaresNamespacesWhereTheyChangeAndEscapes) {
     const struct {
         const char *name, *xml, *written;
@@ -126,16 +119,6 @@ TEST_F(Xml, WrittenTreesReadBackTheSame) {
             EXPECT_EQ(tree_difference(first.node, second.node), "") << written;
         }
     }
-}
-
-TEST_F(Xml, BuiltTreesWriteAndReadBack) {
-    Tree built;
-    fill(built.node, N("r", {N("a", {V("x", "1"), Key("k", "v")}), Empty("e"), V("y", "<&>")}));
-    const std::string written = write_xml(built.node);
-    EXPECT_EQ(written, "<r xmlns=\"urn:test\"><a><x>1</x><k>v</k></a><e/><y>&lt;&amp;&gt;</y></r>");
-    Tree back;
-    ASSERT_EQ(read_xml(back.node, written), ZELL_MAP_OK);
-    EXPECT_EQ(describe(back->subtrees[0], true), describe(built.node, true));
 }
 
 TEST_F(Xml, HostileInputIsRefusedWithLineAndMessage) {
