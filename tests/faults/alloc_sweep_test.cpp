@@ -26,6 +26,8 @@ constexpr zell_map_status NO_MEMORY = ZELL_MAP_ERR_NO_MEMORY;
 constexpr zell_map_status NOT_FOUND = ZELL_MAP_ERR_NOT_FOUND;
 constexpr const char *kBgp = ZELL_MAP_OC_BGP_NS;
 constexpr const char *kNeighbor = "bgp/neighbors/neighbor";
+// An existing path too long to be copied in place: finding it still allocates.
+const std::string kNeighborsLong = std::string(300, '/') + "bgp/neighbors";
 
 // The documented ERR texts of a failed allocation.
 constexpr std::string_view kCopyPath = "Failed to copy path string!";
@@ -257,7 +259,7 @@ std::vector<Case> cases() {
          [](zell_map_ctx &c, World &w) {
             return zell_map_datatree_add_path(&c, w.tree.get(), "a/b/z", kNs, "v", nullptr, nullptr, 0); }},
         {"zell_map_datatree_get_last_subtree", inserted, bgp_neighbor, [](zell_map_ctx &c, World &w) {
-            return zell_map_datatree_get_last_subtree(&c, w.tree.get(), "bgp/neighbors", &w.found); }},
+            return zell_map_datatree_get_last_subtree(&c, w.tree.get(), kNeighborsLong.c_str(), &w.found); }},
         // ---- lookup, namespaces, printing ----------------------------------------------------------------
         {"zell_map_datatree_get_subtree_num", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
             return zell_map_datatree_get_subtree_num(&c, &w.tree->subtrees[0], "a/c", &w.count); }},
@@ -341,7 +343,7 @@ std::vector<Case> cases() {
                                                    "neighbor-address", "10.0.0.2", &w.found); }},
         {"zell_map_is_list_node_already_present", {{NOT_FOUND}, {kCopyPath, kSubtrees}}, bgp_neighbor,
          [](zell_map_ctx &c, World &w) {
-            return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), "bgp/neighbors", nullptr,
+            return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), kNeighborsLong.c_str(), nullptr,
                                                                 "neighbor-address", "10.0.0.1", &w.found)); }},
         // the level is pushed all the same
         {"zell_map_add_to_node_hierarchy", {{}}, filter_and_response, [](zell_map_ctx &c, World &w) {
