@@ -34,7 +34,12 @@ void schema_filter(benchmark::State &state, long n, FilterKind kind) {
 
 // Mark and sweep of a fresh response per iteration (built untimed). The
 // counters: time per neighbor entry in all and per phase, host allocation
-// calls per entry, and kept_ok 1 when exactly the filter's nodes are left.
+// calls of mark per entry and of sweep in all, and kept_ok 1 when exactly
+// the filter's nodes are left. The workload is shallower than a walk's
+// inline frames, so the sweep must allocate nothing and the mark no more
+// than its index's scratch, which the context keeps from call to call.
+constexpr unsigned long kScratchAllocations = 2; // the record and its block
+
 void mark_and_sweep(benchmark::State &state, long n, FilterKind kind, Shape shape) {
     const Workload &w = workload(n, shape);
     Request r;
@@ -44,7 +49,8 @@ void mark_and_sweep(benchmark::State &state, long n, FilterKind kind, Shape shap
     IterationClock mark, sweep;
     double mark_seconds = 0;
     double sweep_seconds = 0;
-    unsigned long calls = 0;
+    unsigned long mark_calls = 0;
+    unsigned long sweep_calls = 0;
     bool kept_ok = true;
     for (auto _ : state) {
         Tree response;
@@ -53,8 +59,10 @@ void mark_and_sweep(benchmark::State &state, long n, FilterKind kind, Shape shap
         zell_datatree *bgp = response.bgp();
         const unsigned long before = zell_host_allocation_calls();
         mark.time([&] { zell_map_dfs_filter_mark(&r.ctx, filter.bgp(), bgp); });
+        const unsigned long marked = zell_host_allocation_calls();
         sweep.time([&] { zell_map_dfs_filter_sweep(&r.ctx, bgp); });
-        calls += zell_host_allocation_calls() - before;
+        mark_calls += marked - before;
+        sweep_calls += zell_host_allocation_calls() - marked;
         mark_seconds += mark.seconds();
         sweep_seconds += sweep.seconds();
         state.SetIterationTime(mark.seconds() + sweep.seconds());
@@ -65,8 +73,11 @@ void mark_and_sweep(benchmark::State &state, long n, FilterKind kind, Shape shap
     per_unit(state, "per_entry", static_cast<double>(n));
     state.counters["mark_per_entry"] = mark_seconds / entries;
     state.counters["sweep_per_entry"] = sweep_seconds / entries;
-    state.counters["allocs_per_entry"] = static_cast<double>(calls) / entries;
+    state.counters["mark_allocs_per_entry"] = static_cast<double>(mark_calls) / entries;
+    state.counters["sweep_allocs"] = static_cast<double>(sweep_calls);
     state.counters["kept_ok"] = kept_ok ? 1 : 0;
+    if (sweep_calls != 0 || mark_calls > kScratchAllocations)
+        fail(state, "mark or sweep allocated per entry");
 }
 
 constexpr long kNever = std::numeric_limits<long>::max();

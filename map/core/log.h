@@ -33,15 +33,13 @@ class Log {
           trc_log_(me ? me->trc_log : nullptr), trace_buf_(me ? me->trace_buf : nullptr),
           trace_on_(me && me->trace_on != 0) {}
 
-    bool enabled(LogLevel level) const noexcept {
-        return trace_on_ || (debug_ != nullptr && zell_debug_should_log(debug_, static_cast<uint32_t>(level)) != 0);
-    }
+    bool enabled(LogLevel level) const noexcept { return trace_on_ || filter_on(level); }
 
     // Out of line on purpose: keeps the formatting off the callers' hot paths.
     template <typename... Args>
     [[gnu::cold, gnu::noinline]] void emit(LogLevel level, int32_t *cache, int line, const char *filter_format,
                                            const char *trace_format, Args... args) const noexcept {
-        if (debug_ != nullptr && zell_debug_should_log(debug_, static_cast<uint32_t>(level)) != 0) {
+        if (filter_on(level)) {
             void *filter = level == LogLevel::ERR ? err_log_ : trc_log_;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -57,6 +55,13 @@ class Log {
     }
 
   private:
+    // A debug setting of two zero words enables no level; checking that
+    // here keeps a statement whose sinks are off out of the platform.
+    bool filter_on(LogLevel level) const noexcept {
+        return debug_ != nullptr && (debug_[0] | debug_[1]) != 0 &&
+               zell_debug_should_log(debug_, static_cast<uint32_t>(level)) != 0;
+    }
+
     const void *subject_;
     const char *function_;
     const uint32_t *debug_;

@@ -27,29 +27,42 @@ bool is_unswept_top_level(const zell_datatree &node, int32_t level) noexcept {
     return false;
 }
 
-// Releases the children that were not kept; the response root never loses
-// a child. Returns whether any child was dropped.
-bool drop_unmarked(zell_datatree &node, int32_t level) noexcept {
-    bool dropped = false;
-    for (zell_datatree &child : children(node)) {
-        if (kept_by_sweep(child))
-            continue;
-        dropped = true;
-        if (level > kRootLevel)
+// Releases the children that were not kept and moves the kept ones down
+// over the gaps, in one pass over the children: per dropped subtree nothing
+// but its release. A kept child without a tag goes too once any child was
+// dropped, as zell_map_datatree_remove_null_subtrees takes it.
+void drop_unmarked(zell_datatree &node) noexcept {
+    const auto slots = children(node);
+    size_t kept = 0;
+    bool untagged_kept = false;
+    for (zell_datatree &child : slots) {
+        if (!kept_by_sweep(child)) {
             reset_node(child);
+            continue;
+        }
+        untagged_kept = untagged_kept || !has(child, ZELL_DATATREE_HAS_TAG);
+        if (&slots[kept] != &child)
+            slots[kept] = std::exchange(child, zell_datatree{});
+        ++kept;
     }
-    return dropped;
+    if (kept == slots.size())
+        return;
+    node.presence |= ZELL_DATATREE_HAS_SUBTREES;
+    node.n_subtrees = static_cast<int32_t>(kept);
+    if (untagged_kept)
+        (void)zell_map_datatree_remove_null_subtrees(nullptr, &node);
 }
 
-// Releases and compacts the children of node that were not kept. True when
-// its children marked KN are to be swept in turn. The compaction is done
-// before any child is visited, so no child visited later moves.
-bool sweep_level(zell_map_ctx *ctx, zell_datatree &node, int32_t level) noexcept {
+// Releases and compacts the children of node that were not kept (the
+// response root never loses a child). True when its children marked KN are
+// to be swept in turn. The compaction is done before any child is visited,
+// so no child visited later moves.
+bool sweep_level(zell_datatree &node, int32_t level) noexcept {
     if (!has(node, ZELL_DATATREE_HAS_SUBTREES) || is_unswept_top_level(node, level) ||
         marked(node, ZELL_DATATREE_MARK_KA))
         return false;
-    if (drop_unmarked(node, level) && level > kRootLevel)
-        (void)zell_map_datatree_remove_null_subtrees(ctx, &node);
+    if (level > kRootLevel)
+        drop_unmarked(node);
     return true;
 }
 
@@ -60,10 +73,10 @@ struct SweepFrame {
 };
 
 // A node whose frame cannot be held stays unswept, whole.
-void sweep_walk(zell_map_ctx *ctx, zell_datatree &root) noexcept {
+void sweep_walk(zell_datatree &root) noexcept {
     WalkStack<SweepFrame> stack;
     const auto enter = [&](zell_datatree &node, int32_t level) {
-        if (stack.push({&node, level, 0}) && !sweep_level(ctx, node, level))
+        if (stack.push({&node, level, 0}) && !sweep_level(node, level))
             stack.pop();
     };
     enter(root, kRootLevel);
@@ -88,7 +101,7 @@ extern "C" {
 uint32_t zell_map_dfs_filter_sweep(zell_map_ctx *ctx, zell_datatree *root) noexcept {
     if (ctx == nullptr || root == nullptr)
         return 0;
-    sweep_walk(ctx, *root);
+    sweep_walk(*root);
     return 0;
 }
 
@@ -98,7 +111,7 @@ uint32_t zell_map_dfs_process_sweep(zell_map_ctx *ctx, rask_queue *stack,
         return 0;
     zell_datatree &node = *element->node;
     const int32_t level = element->level;
-    if (!sweep_level(ctx, node, level))
+    if (!sweep_level(node, level))
         return 1;
     for (zell_datatree &child : children(node))
         if (marked(child, ZELL_DATATREE_MARK_KN))

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/log.h"
+#include "core/path_copy.h"
 #include "core/memory.h"
 #include "core/node.h"
 #include "core/path_split.h"
@@ -68,7 +69,7 @@ zell_datatree *first_instance(zell_map_ctx *ctx, const zell_datatree &container,
 
 zell_map_status find_instance(const Log &log, zell_map_ctx *ctx, zell_datatree **node_io, const char *key_name,
                               const char *key_value, const char *path, const char *ns) noexcept {
-    OwnedString copy = copy_string(path, "ZELL MAP iterate list");
+    PathCopy copy(path, "ZELL MAP iterate list");
     if (!copy)
         return ZELL_MAP_ERR_NOT_FOUND;
     char *list_tag = nullptr;
@@ -87,7 +88,7 @@ zell_map_status find_instance(const Log &log, zell_map_ctx *ctx, zell_datatree *
 
 zell_map_status search(const Log &log, zell_map_ctx *ctx, zell_datatree *root, zell_datatree **out_instance, const char *path,
                        const char *key_value, const char *key_name, const char *ns) noexcept {
-    OwnedString copy = copy_string(path, "ZELL_MAP");
+    PathCopy copy(path, "ZELL_MAP");
     if (!copy)
         return ZELL_MAP_ERR_NOT_FOUND;
     zell_datatree *node = root;

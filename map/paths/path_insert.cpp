@@ -59,7 +59,7 @@ zell_map_status zell_map_datatree_add_path_common_flagged(zell_map_ctx *ctx, zel
         ZELL_LOG(log, ERR, "NULL argument(s) passed!");
         return ZELL_MAP_ERR_INVALID_ARG;
     }
-    OwnedString copy = copy_path(log, path, "ZELL MAP path cpy");
+    PathCopy copy(log, path, "ZELL MAP path cpy");
     if (!copy)
         return ZELL_MAP_ERR_NO_MEMORY;
     zell_map_request *request = ctx != nullptr ? ctx->request : nullptr;
@@ -69,7 +69,6 @@ zell_map_status zell_map_datatree_add_path_common_flagged(zell_map_ctx *ctx, zel
     ZELL_LOG(log, TRC, "Setting a path '%s' with '%s'", path, data);
     const zell_map_status status =
         insert_components(ctx, log, root, copy.get(), ns, data, op_source, out_child, indexed, flags);
-    copy.reset();
     ZELL_LOG(log, TRC, "End");
     return status;
 }

@@ -26,6 +26,9 @@ constexpr zell_map_status NO_MEMORY = ZELL_MAP_ERR_NO_MEMORY;
 constexpr zell_map_status NOT_FOUND = ZELL_MAP_ERR_NOT_FOUND;
 constexpr const char *kBgp = ZELL_MAP_OC_BGP_NS;
 constexpr const char *kNeighbor = "bgp/neighbors/neighbor";
+// Existing paths too long to be copied in place: finding them still allocates.
+const std::string kNeighborsLong = std::string(300, '/') + "bgp/neighbors";
+const std::string kNeighborLong = std::string(300, '/') + kNeighbor;
 
 // The documented ERR texts of a failed allocation.
 constexpr std::string_view kCopyPath = "Failed to copy path string!";
@@ -257,7 +260,7 @@ std::vector<Case> cases() {
          [](zell_map_ctx &c, World &w) {
             return zell_map_datatree_add_path(&c, w.tree.get(), "a/b/z", kNs, "v", nullptr, nullptr, 0); }},
         {"zell_map_datatree_get_last_subtree", inserted, bgp_neighbor, [](zell_map_ctx &c, World &w) {
-            return zell_map_datatree_get_last_subtree(&c, w.tree.get(), "bgp/neighbors", &w.found); }},
+            return zell_map_datatree_get_last_subtree(&c, w.tree.get(), kNeighborsLong.c_str(), &w.found); }},
         // ---- lookup, namespaces, printing ----------------------------------------------------------------
         {"zell_map_datatree_get_subtree_num", path_copied, filter_and_response, [](zell_map_ctx &c, World &w) {
             return zell_map_datatree_get_subtree_num(&c, &w.tree->subtrees[0], "a/c", &w.count); }},
@@ -325,9 +328,9 @@ std::vector<Case> cases() {
         // ---- lists and request state ---------------------------------------------------------------------
         {"zell_map_iterate_list", not_found, bgp_neighbor, [](zell_map_ctx &c, World &w) {
             w.found = &w.tree->subtrees[0].subtrees[0];
-            return zell_map_iterate_list(&c, &w.found, "neighbor-address", "10.0.0.1", kNeighbor, nullptr); }},
+            return zell_map_iterate_list(&c, &w.found, "neighbor-address", "10.0.0.1", kNeighborLong.c_str(), nullptr); }},
         {"zell_map_search_list", not_found, bgp_neighbor, [](zell_map_ctx &c, World &w) {
-            return zell_map_search_list(&c, w.tree.get(), &w.found, kNeighbor, "10.0.0.1", "neighbor-address",
+            return zell_map_search_list(&c, w.tree.get(), &w.found, kNeighborLong.c_str(), "10.0.0.1", "neighbor-address",
                                         kBgp); }},
         {"zell_map_search_or_add_list",
          {{NO_MEMORY, NOT_FOUND}, {"Failed to allocate for key path!", kCopyPath, kSubtrees}}, bgp_neighbor,
@@ -341,7 +344,7 @@ std::vector<Case> cases() {
                                                    "neighbor-address", "10.0.0.2", &w.found); }},
         {"zell_map_is_list_node_already_present", {{NOT_FOUND}, {kCopyPath, kSubtrees}}, bgp_neighbor,
          [](zell_map_ctx &c, World &w) {
-            return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), "bgp/neighbors", nullptr,
+            return yes_no(zell_map_is_list_node_already_present(&c, w.tree.get(), kNeighborsLong.c_str(), nullptr,
                                                                 "neighbor-address", "10.0.0.1", &w.found)); }},
         // the level is pushed all the same
         {"zell_map_add_to_node_hierarchy", {{}}, filter_and_response, [](zell_map_ctx &c, World &w) {

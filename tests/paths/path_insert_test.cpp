@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include "harness.h"
@@ -124,6 +125,13 @@ TEST_F(PathInsert, AllocationFailuresKeepEarlierComponents) {
                     << got;
                 t.reset();
             });
+    // A path too long to be copied in place is copied on the heap.
+    request.xpath_mode = 0, request.flags = 0;
+    const std::string long_path = std::string(300, '/') + "a";
+    zell_datatree *root = t.emplace().get();
+    zell_host_fail_nth_alloc(1);
+    EXPECT_EQ(add(root, long_path.c_str()), ZELL_MAP_ERR_NO_MEMORY);
+    EXPECT_EQ(describe(t->node), "");
     EXPECT_EQ(zell_map_datatree_add_path_common(&ctx, nullptr, "a", kNs, "v", nullptr, nullptr, 0),
               ZELL_MAP_ERR_INVALID_ARG);
     for (const char *text : {"Failed to copy path string!", "NULL argument(s) passed!"})
