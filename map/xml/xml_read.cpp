@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -25,6 +26,7 @@ namespace zell::map::xml {
 namespace {
 
 constexpr const char *kTreeTag = "ZELL XML tree";
+constexpr const char *kTextTag = "ZELL XML text";
 
 // Never substitute entities, load a DTD or touch the network.
 constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOXINCNODE | XML_PARSE_COMPACT;
@@ -34,15 +36,14 @@ constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOXINCNODE | XML_PARSE
 // the buffer itself, so no buffer outgrows the widest small level.
 constexpr int32_t kReusedKids = 256;
 
-// An element being read: its node, its finished children (in a buffer of
-// its depth's slot) and its text.
+// An element being read: its node and its finished children (in a buffer of
+// its depth's slot). Only the innermost element can still become a leaf, so
+// the text read so far lives in one buffer of the reader's.
 struct Open {
     zell_datatree node;
     zell_datatree *kids;
     int32_t n_kids;
     int32_t kid_capacity;
-    char *text;
-    size_t text_size;
     bool empty; // written <a/>
 };
 
@@ -54,7 +55,6 @@ void release(Open &open) noexcept {
     for (int32_t i = 0; i < open.n_kids; ++i)
         mova_zell_datatree_free_ext(&open.kids[i], zell_gpb_free, 0, 0);
     rask_named_free(open.kids);
-    rask_named_free(open.text);
     reset_node(open.node);
     open = Open{};
 }
@@ -85,6 +85,7 @@ class Reader {
     ~Reader() {
         open_.for_each_slot([](Open &open) { release(open); });
         reset_node(document_);
+        rask_named_free(text_);
         if (reader_ != nullptr)
             xmlFreeTextReader(reader_);
     }
@@ -135,6 +136,9 @@ class Reader {
     xmlTextReaderPtr reader_ = nullptr;
     WalkStack<Open, kInlineOpen> open_;
     zell_datatree document_{};
+    char *text_ = nullptr; // the innermost open element's text
+    size_t text_size_ = 0;
+    size_t text_capacity_ = 0;
     bool encoding_checked_ = false;
     zell_map_status status_ = ZELL_MAP_OK;
 
@@ -180,8 +184,9 @@ zell_map_status Reader::read_attributes(zell_datatree &node) noexcept {
 }
 
 zell_map_status Reader::start_element() noexcept {
-    if (!open_.empty() && open_.top().text != nullptr && !all_xml_space({open_.top().text, open_.top().text_size}))
+    if (!all_xml_space({text_, text_size_}))
         return refuse(ZELL_MAP_ERR_XML, line(), "mixed content: text beside child elements");
+    text_size_ = 0;
     if (open_.depth() >= ZELL_MAP_XML_DEPTH_MAX) {
         char message[64];
         std::snprintf(message, sizeof message, "elements nested deeper than %d", ZELL_MAP_XML_DEPTH_MAX);
@@ -221,14 +226,16 @@ zell_map_status Reader::add_text() noexcept {
             return ZELL_MAP_OK;
         return refuse(ZELL_MAP_ERR_XML, line(), "mixed content: text beside child elements");
     }
-    auto *text = static_cast<char *>(open.text == nullptr ? rask_named_calloc_(size + 1, 1, kTreeTag, 0)
-                                                          : rask_named_realloc(open.text, open.text_size + size + 1));
-    if (text == nullptr)
-        return no_memory();
-    std::memcpy(text + open.text_size, value, size);
-    open.text = text;
-    open.text_size += size;
-    open.text[open.text_size] = '\0';
+    if (text_size_ + size > text_capacity_) {
+        const size_t capacity = std::max(text_size_ + size, 2 * text_capacity_);
+        void *block = text_ == nullptr ? rask_named_calloc_(capacity, 1, kTextTag, 0) : rask_named_realloc(text_, capacity);
+        if (block == nullptr)
+            return no_memory();
+        text_ = static_cast<char *>(block);
+        text_capacity_ = capacity;
+    }
+    std::memcpy(text_ + text_size_, value, size);
+    text_size_ += size;
     return ZELL_MAP_OK;
 }
 
@@ -267,14 +274,15 @@ zell_map_status Reader::end_element() noexcept {
         }
         node.n_subtrees = std::exchange(open.n_kids, 0);
         node.presence |= ZELL_DATATREE_HAS_SUBTREES;
-        rask_named_free(std::exchange(open.text, nullptr));
     } else if (!open.empty) {
-        node.data = open.text != nullptr ? std::exchange(open.text, nullptr) : zell_strdup("", kTreeTag);
+        node.data = static_cast<char *>(rask_named_calloc_(text_size_ + 1, 1, kTreeTag, 0));
         if (node.data == nullptr)
             return no_memory();
+        if (text_size_ > 0)
+            std::memcpy(node.data, text_, text_size_);
         node.presence |= ZELL_DATATREE_HAS_DATA;
     }
-    open.text_size = 0;
+    text_size_ = 0;
     if (open_.depth() == 1) {
         document_ = node;
         node = zell_datatree{};
