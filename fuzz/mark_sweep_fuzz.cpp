@@ -162,17 +162,8 @@ std::string reference_swept(const zell_datatree &node, int level) {
     if (dropped) // the gaps close: records without a tag go with them
         std::erase_if(stay, [](const zell_datatree *c) { return !has(*c, ZELL_DATATREE_HAS_TAG); });
     std::string out;
-    for (const zell_datatree *c : stay) {
-        out += has(*c, ZELL_DATATREE_HAS_TAG) && c->tag ? c->tag : "~";
-        if (c->data != nullptr)
-            out.append("=").append(c->data);
-        if (c->mark != 0)
-            out.append("{").append(std::to_string(c->mark)).append("}");
-        const std::string below = c->mark == ZELL_DATATREE_MARK_KN ? reference_swept(*c, level + 1) : text_of(*c);
-        if (!below.empty())
-            out.append("(").append(below).append(")");
-        out += ' ';
-    }
+    for (const zell_datatree *c : stay)
+        out += entry_text(*c, c->mark == ZELL_DATATREE_MARK_KN ? reference_swept(*c, level + 1) : text_of(*c));
     return out;
 }
 

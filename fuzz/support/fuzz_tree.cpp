@@ -121,21 +121,22 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
     }
 }
 
+std::string entry_text(const zell_datatree &node, const std::string &below) {
+    std::string out = (node.presence & ZELL_DATATREE_HAS_TAG) && node.tag ? node.tag : "~";
+    if (node.data != nullptr)
+        out.append("=").append(node.data);
+    if (node.mark != 0)
+        out.append("{").append(std::to_string(node.mark)).append("}");
+    if (!below.empty())
+        out.append("(").append(below).append(")");
+    return out += ' ';
+}
+
 std::string text_of(const zell_datatree &node) {
     std::string out;
     const bool kids = (node.presence & ZELL_DATATREE_HAS_SUBTREES) && node.n_subtrees > 0 && node.subtrees;
-    for (int32_t i = 0; kids && i < node.n_subtrees; ++i) {
-        const zell_datatree &child = node.subtrees[i];
-        out += (child.presence & ZELL_DATATREE_HAS_TAG) && child.tag ? child.tag : "~";
-        if (child.data != nullptr)
-            out.append("=").append(child.data);
-        if (child.mark != 0)
-            out.append("{").append(std::to_string(child.mark)).append("}");
-        const std::string below = text_of(child);
-        if (!below.empty())
-            out.append("(").append(below).append(")");
-        out += ' ';
-    }
+    for (int32_t i = 0; kids && i < node.n_subtrees; ++i)
+        out += entry_text(node.subtrees[i], text_of(node.subtrees[i]));
     return out;
 }
 

@@ -56,6 +56,10 @@ void decode_tree(Bytes &bytes, zell_map_ctx &ctx, zell_datatree &root, const Tre
 // "tag=data{mark}(children...)" for every node below node, "~" for a tagless one.
 std::string text_of(const zell_datatree &node);
 
+// One entry of that text: node's label, then below (the text of what is
+// left of its children) in parentheses.
+std::string entry_text(const zell_datatree &node, const std::string &below);
+
 // A path of components from the tag alphabet, with stray separators.
 std::string decode_path(Bytes &bytes, int max_components);
 
